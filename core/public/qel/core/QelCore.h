@@ -1,0 +1,25 @@
+#pragma once
+
+// The whole public surface of libqelcore in one include.
+
+#include "qel/core/store/Collation.h"
+#include "qel/core/store/ExternalTypeRegistry.h"
+#include "qel/core/store/Factory.h"
+#include "qel/core/store/SpecialKind.h"
+#include "qel/core/store/StoreValue.h"
+#include "qel/core/store/ValueExternal.h"
+#include "qel/core/types/Context.h"
+#include "qel/core/types/RIndirectString.h"
+#include "qel/core/types/RInternString.h"
+#include "qel/core/types/StoreType.h"
+#include "qel/core/types/Type.h"
+#include "qel/core/utility/Base.h"
+#include "qel/core/utility/FloatUtil.h"
+#include "qel/core/utility/Hash.h"
+#include "qel/core/utility/QelColor.h"
+#include "qel/core/utility/QelDateTime.h"
+#include "qel/core/utility/QelError.h"
+#include "qel/core/utility/QelException.h"
+#include "qel/core/utility/QelLog.h"
+#include "qel/core/utility/StringHash.h"
+#include "qel/core/utility/Validation.h"

@@ -1,0 +1,82 @@
+#pragma once
+
+// Validation: the one way the library checks what it is given. A failed
+// validation logs a report through PerformQelDebugReport (level 4) and then
+// throws QelRuntimeException(code, details, "Source: <file>:<line>"), where
+// <file> is the source's path in the repository without its extension.
+//
+//   QEL_VALIDATE(cond, code[, details])          condition text "(cond)"
+//   QEL_VALIDATE_NOT(cond, code[, details])      must not hold; "!(cond)"
+//   QEL_VALIDATE_NOT_NULL(ptr, code[, details])  "(ptr) != nullptr"
+//   QEL_VALIDATE_NE(a, b, code[, details])       "(a) != (b)"
+//   QEL_VALIDATION_FAILED(code[, details])       no condition
+//
+// Details are anything a TStringCore can be built from. They are evaluated
+// only when the check fails, so building them may be costly.
+
+#include <string>
+#include <string_view>
+
+#include "qel/core/utility/QelException.h"
+
+namespace qel::core {
+
+// Logs "Validation failed at <file>:<line> -- ..." at level 4. Has no other
+// effect; the validation's exception follows it.
+void PerformQelDebugReport(std::string const& file, int line, std::string const& condition,
+                           QelError error, std::string const& details);
+
+namespace detail {
+
+// The repository-relative path of a source without its extension. The build
+// maps the repository root away from __FILE__; the extension goes here.
+constexpr std::string_view SourcePath(std::string_view file) {
+    auto dot = file.rfind('.');
+    auto slash = file.rfind('/');
+    if (dot != std::string_view::npos && (slash == std::string_view::npos || dot > slash)) {
+        file = file.substr(0, dot);
+    }
+    return file;
+}
+
+[[noreturn]] void ValidationFailed(std::string_view file, int line, char const* condition,
+                                   QelError error);
+[[noreturn]] void ValidationFailed(std::string_view file, int line, char const* condition,
+                                   QelError error, TStringCore const& details);
+
+}  // namespace detail
+}  // namespace qel::core
+
+#define QEL_DETAIL_VALIDATION_FAILED(conditionText, error, ...)             \
+    ::qel::core::detail::ValidationFailed(                                  \
+        ::qel::core::detail::SourcePath(__FILE__), __LINE__, conditionText, \
+        error __VA_OPT__(, ::qel::core::TStringCore(__VA_ARGS__)))
+
+#define QEL_VALIDATE(cond, error, ...)                                                     \
+    do {                                                                                   \
+        if (!(cond)) [[unlikely]]                                                          \
+            QEL_DETAIL_VALIDATION_FAILED("(" #cond ")", error __VA_OPT__(, ) __VA_ARGS__); \
+    } while (false)
+
+#define QEL_VALIDATE_NOT(cond, error, ...)                                                  \
+    do {                                                                                    \
+        if (cond) [[unlikely]]                                                              \
+            QEL_DETAIL_VALIDATION_FAILED("!(" #cond ")", error __VA_OPT__(, ) __VA_ARGS__); \
+    } while (false)
+
+#define QEL_VALIDATE_NOT_NULL(ptr, error, ...)                              \
+    do {                                                                    \
+        if ((ptr) == nullptr) [[unlikely]]                                  \
+            QEL_DETAIL_VALIDATION_FAILED("(" #ptr ") != nullptr",           \
+                                         error __VA_OPT__(, ) __VA_ARGS__); \
+    } while (false)
+
+#define QEL_VALIDATE_NE(a, b, error, ...)                                   \
+    do {                                                                    \
+        if ((a) == (b)) [[unlikely]]                                        \
+            QEL_DETAIL_VALIDATION_FAILED("(" #a ") != (" #b ")",            \
+                                         error __VA_OPT__(, ) __VA_ARGS__); \
+    } while (false)
+
+#define QEL_VALIDATION_FAILED(error, ...) \
+    QEL_DETAIL_VALIDATION_FAILED("", error __VA_OPT__(, ) __VA_ARGS__)

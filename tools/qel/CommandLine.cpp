@@ -1,0 +1,61 @@
+#include "tools/qel/CommandLine.h"
+
+#include <ostream>
+
+namespace qel::tools {
+
+namespace {
+
+void PrintUsage(std::ostream& out) {
+    out << "usage: qel <command> [arguments]\n"
+           "       qel <command> --help\n\n"
+           "commands:\n";
+    for (Command const& command : Commands()) {
+        out << "  " << command.name
+            << std::string(12 - std::min<size_t>(11, command.name.size()), ' ') << command.summary
+            << '\n';
+    }
+}
+
+}  // namespace
+
+std::vector<Command> const& Commands() {
+    static std::vector<Command> const commands = {MakeDemoCommand()};
+    return commands;
+}
+
+bool ExpectNoArguments(Command const& command, std::vector<std::string> const& args) {
+    if (args.size() == 1 && (args[0] == "--help" || args[0] == "-h"))
+        return true;
+    if (!args.empty()) {
+        throw UsageError("'" + command.name + "' takes no argument; unexpected '" + args[0] + "'");
+    }
+    return false;
+}
+
+int RunCommandLine(std::vector<std::string> const& args, std::ostream& out, std::ostream& err) {
+    if (args.empty()) {
+        PrintUsage(err);
+        return 2;
+    }
+    if (args[0] == "--help" || args[0] == "-h" || args[0] == "help") {
+        PrintUsage(out);
+        return 0;
+    }
+    for (Command const& command : Commands()) {
+        if (command.name != args[0])
+            continue;
+        std::vector<std::string> rest(args.begin() + 1, args.end());
+        try {
+            return command.run(rest, out);
+        } catch (UsageError const& e) {
+            err << "qel " << command.name << ": " << e.what() << "\n\n" << command.usage;
+            return 2;
+        }
+    }
+    err << "qel: unknown command '" << args[0] << "'\n\n";
+    PrintUsage(err);
+    return 2;
+}
+
+}  // namespace qel::tools

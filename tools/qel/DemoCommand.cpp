@@ -1,0 +1,178 @@
+// `qel demo`: the library's main road so far, on data built into the program.
+// Each section prints what a host would see: interned types, values with
+// specials, their order, casts, hashes and texts, and a validation failure as
+// it reaches a caller.
+
+#include <algorithm>
+#include <cmath>
+#include <iomanip>
+#include <memory>
+#include <ostream>
+#include <sstream>
+#include <vector>
+
+#include "qel/core/QelCore.h"
+#include "tools/qel/CommandLine.h"
+
+namespace qel::tools {
+
+namespace {
+
+using namespace qel::core;
+
+std::string Text(TStringCore const& s) {
+    return s.toStdString();
+}
+
+void Section(std::ostream& out, char const* title) {
+    out << "\n== " << title << '\n';
+}
+
+void ShowTypes(std::ostream& out) {
+    Section(out, "Types are interned: equal types are one object");
+    Type const* real = RealType::Get64(10, 2);
+    ArrayType const* first = ArrayType::Get(real);
+    ArrayType const* again = ArrayType::Get(RealType::Get64(10, 2));
+    out << "  " << Text(first->ToString())
+        << " looked up twice: " << (first == again ? "same object" : "DIFFERENT objects") << '\n';
+    out << "  its base type (decoration stripped): " << Text(first->GetBaseType()->ToString())
+        << '\n';
+    KeySetType const* keySet = KeySetType::Get(StringType::Get(), IntType::Get64());
+    out << "  a key set type: " << Text(keySet->ToString()) << '\n';
+    out << "  Int32 with Real64 promotes to "
+        << Text(PromotedType(IntType::Get32(), RealType::Get64())->ToString()) << '\n';
+    RInternString a(u"price");
+    RInternString b(TStringCore(u"price"));
+    out << "  interned \"price\" twice: ids " << a.GetStringId() << " and " << b.GetStringId()
+        << '\n';
+}
+
+std::vector<std::shared_ptr<StoreValue>> SampleValues() {
+    return {
+        factory::MakeInt32(42),      factory::MakeSpecial(IntType::Get32(), SpecialKind::Missing),
+        factory::MakeInt32(-7),      factory::MakeSpecial(IntType::Get32(), SpecialKind::Null),
+        factory::MakeInt32(1000000),
+    };
+}
+
+void ShowValues(std::ostream& out) {
+    Section(out, "Values, specials and their texts");
+    std::vector<std::shared_ptr<StoreValue>> values = {
+        factory::MakeBool(true),
+        factory::MakeInt64(9007199254740993LL),
+        factory::MakeReal32(0.1f),
+        factory::MakeReal64(0.1),
+        factory::MakeReal64(2.5, 10, 2),
+        factory::MakeString(u"Zürich"),
+        factory::MakeSpecial(StringType::Get(), SpecialKind::Error),
+    };
+    for (auto const& v : values) {
+        out << "  " << std::left << std::setw(12) << Text(v->GetType()->ToString()) << std::setw(22)
+            << Text(FormatPrimitive(*v)) << "hash " << v->GetHashValue() << '\n';
+    }
+}
+
+void ShowOrder(std::ostream& out) {
+    Section(out, "Order: specials sort after every normal value, Null before Missing");
+    auto values = SampleValues();
+    std::sort(values.begin(), values.end(),
+              [](auto const& a, auto const& b) { return a->IsLessThan(*b); });
+    out << " ";
+    for (auto const& v : values)
+        out << ' ' << Text(FormatPrimitive(*v));
+    out << '\n';
+    auto one32 = factory::MakeInt32(1);
+    auto one64 = factory::MakeInt64(1);
+    out << "  Int32 1 IsEqual Int64 1: " << (one32->IsEqual(*one64) ? "true" : "false")
+        << "; FuzzyIsEqual: " << (one32->FuzzyIsEqual(*one64) ? "true" : "false") << '\n';
+    float const step16 = [] {
+        float f = 1.0f;
+        for (int i = 0; i < 16; ++i)
+            f = std::nextafter(f, 2.0f);
+        return f;
+    }();
+    out << "  1.0f against the float 16 steps above: IsEqual "
+        << (factory::MakeReal32(1.0f)->IsEqual(*factory::MakeReal32(step16)) ? "true" : "false")
+        << ", FuzzyIsEqual "
+        << (factory::MakeReal32(1.0f)->FuzzyIsEqual(*factory::MakeReal32(step16)) ? "true"
+                                                                                  : "false")
+        << '\n';
+}
+
+void ShowCasts(std::ostream& out) {
+    Section(out, "Casts");
+    struct Row {
+        std::shared_ptr<StoreValue> value;
+        Type const* target;
+    };
+    std::vector<Row> rows = {
+        {factory::MakeReal64(2.9), IntType::Get32()},
+        {factory::MakeReal64(-2.9), IntType::Get32()},
+        {factory::MakeInt64(4294967297LL), IntType::Get32()},
+        {factory::MakeReal32(1.5f, 6, 1), RealType::Get64()},
+        {factory::MakeSpecial(IntType::Get32(), SpecialKind::Null), StringType::Get()},
+    };
+    for (auto const& row : rows) {
+        auto cast = row.value->Cast(row.target);
+        out << "  " << Text(FormatPrimitive(*row.value)) << " : "
+            << Text(row.value->GetType()->ToString()) << "  ->  " << Text(FormatPrimitive(*cast))
+            << " : " << Text(cast->GetType()->ToString()) << '\n';
+    }
+}
+
+void ShowFailure(std::ostream& out) {
+    Section(out, "A refused request, as the caller sees it");
+    std::ostringstream log;
+    QelStreamLogger logger(QelLogLevel::Error, log);
+    auto previous = SetQelLogger(logger.GetQelLogger());
+    try {
+        // A set cannot hold arrays.
+        SetType::Get(ArrayType::Get(IntType::Get32()));
+        out << "  unexpectedly accepted\n";
+    } catch (QelException const& e) {
+        out << "  error " << static_cast<unsigned>(e.GetError()) << ": " << e.what() << '\n';
+        out << "  context: " << Text(e.GetContext()) << '\n';
+    }
+    SetQelLogger(previous);
+    std::string line = log.str();
+    auto at = line.find(" -- ");
+    out << "  logged:" << (at == std::string::npos ? line : line.substr(at + 3));
+    try {
+        factory::MakeSpecial(IntType::Get32(), SpecialKind::Null)->AsInt32();
+    } catch (QelException const& e) {
+        out << "  reading a Null as Int32: " << e.what() << '\n';
+    }
+}
+
+int RunDemo(Command const& self, std::vector<std::string> const& args, std::ostream& out) {
+    if (ExpectNoArguments(self, args)) {
+        out << self.usage;
+        return 0;
+    }
+    RegisterDefaultCollatorPool();
+    out << "qelcore demo: typed primitive values\n";
+    ShowTypes(out);
+    ShowValues(out);
+    ShowOrder(out);
+    ShowCasts(out);
+    ShowFailure(out);
+    return 0;
+}
+
+}  // namespace
+
+Command MakeDemoCommand() {
+    Command command;
+    command.name = "demo";
+    command.summary = "show what the library does, on built-in sample data";
+    command.usage =
+        "usage: qel demo\n\n"
+        "Interns types, makes values and specials, orders, casts, hashes and\n"
+        "formats them, and shows a refused request with its message and context.\n";
+    command.run = [self = command](std::vector<std::string> const& args, std::ostream& out) {
+        return RunDemo(self, args, out);
+    };
+    return command;
+}
+
+}  // namespace qel::tools
