@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -114,6 +115,23 @@ TEST(TStringCoreTest, NumberText) {
     EXPECT_EQ(S::number(-5L, 2).view(), u"-101");
     EXPECT_EQ(S::number(7, 10, 3, u'0').view(), u"007");
     EXPECT_EQ(S::pointer(reinterpret_cast<void const*>(0xbeef)).view(), u"0xbeef");
+}
+
+TEST(TStringCoreTest, FloatingPointText) {
+    EXPECT_EQ(S::number(1234567.0).view(), u"1.23457e+06");  // 'g' with 6 digits
+    EXPECT_EQ(S::number(0.1, 'f', 3).view(), u"0.100");
+    EXPECT_EQ(S::number(-2.5, 'e', 2).view(), u"-2.50e+00");
+    EXPECT_EQ(S::number(2.5e-7, 'E', 1).view(), u"2.5E-07");
+    EXPECT_EQ(S::number(2.5, 'f', -1).view(), u"2.500000");
+    EXPECT_EQ(S::number(0.5, 'x', 3).view(), u"0.5");  // unknown formats act as 'g'
+    // The flag raises the case of every letter, whatever the format's case.
+    EXPECT_EQ(S::number(2.5e-7, 'e', 1, true).view(), u"2.5E-07");
+    EXPECT_EQ(S::number(std::numeric_limits<double>::infinity(), 'f', 2, true).view(), u"INF");
+    EXPECT_EQ(S::number(std::numeric_limits<double>::quiet_NaN(), 'g', 6, true).view(), u"NAN");
+    // A huge precision is bounded, not a buffer overrun.
+    S const widest = S::number(-std::numeric_limits<double>::max(), 'f', INT_MAX);
+    EXPECT_EQ(widest.length(), 1 + 309 + 1 + 1100);
+    EXPECT_EQ(widest.mid(0, 4).view(), u"-179");
 }
 
 // The value as text, or "bad" when the conversion failed (and gave 0).

@@ -64,6 +64,9 @@ void ShowValues(std::ostream& out) {
         factory::MakeReal64(0.1),
         factory::MakeReal64(2.5, 10, 2),
         factory::MakeString(u"Zürich"),
+        factory::MakeDateTime(QelDateTime(2020, 3, 4, 5, 6, 7, 0)),
+        factory::MakeDate(QelDateTime(1582, 10, 15, 0, 0, 0, 0)),
+        factory::MakeColor(1, 2, 3, 255),
         factory::MakeSpecial(StringType::Get(), SpecialKind::Error),
     };
     for (auto const& v : values) {

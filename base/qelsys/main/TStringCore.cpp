@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
+#include <charconv>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
@@ -625,6 +626,43 @@ TStringCore TStringCore::number(long long v, int b, int w, char16_t f) {
 }
 TStringCore TStringCore::number(unsigned long long v, int b, int w, char16_t f) {
     return integerText(v, b, w, f);
+}
+
+TStringCore TStringCore::number(double value, char format, int precision, bool upperCase) {
+    // Every double is spelt exactly with 1074 fractional digits; more only
+    // adds zeros, and an unbounded precision would make the buffer unbounded.
+    constexpr int kMaxPrecision = 1100;
+    if (precision < 0)
+        precision = 6;
+    precision = std::min(precision, kMaxPrecision);
+    std::chars_format notation = std::chars_format::general;
+    switch (format) {
+        case 'e':
+        case 'E':
+            notation = std::chars_format::scientific;
+            break;
+        case 'f':
+            notation = std::chars_format::fixed;
+            break;
+        default:
+            break;
+    }
+    bool const upper = upperCase || format == 'E' || format == 'G';
+    // Sign, 309 integral digits, point, the fraction and an exponent fit.
+    char buffer[kMaxPrecision + 340];
+    auto const [end, error] =
+        std::to_chars(buffer, buffer + sizeof(buffer), value, notation, precision);
+    if (error != std::errc())
+        return {};
+    TStringCore text;
+    char16_t* out = text.m_data.resize(static_cast<int>(end - buffer));
+    for (char const* p = buffer; p != end; ++p) {
+        char c = *p;
+        if (upper && c >= 'a' && c <= 'z')
+            c = static_cast<char>(c - 'a' + 'A');
+        *out++ = static_cast<unsigned char>(c);
+    }
+    return text;
 }
 
 TStringCore TStringCore::pointer(void const* p, bool prefix, bool padded) {

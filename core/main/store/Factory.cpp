@@ -1,5 +1,6 @@
 #include "qel/core/store/Factory.h"
 
+#include "core/main/store/DateColorValues.h"
 #include "core/main/store/PrimitiveValues.h"
 #include "core/main/store/ValueSpecial.h"
 
@@ -71,6 +72,26 @@ std::shared_ptr<StoreValue> MakeString(TStringCore const& value, Collation const
 }
 std::shared_ptr<StoreValue> MakeString(RIndirectString const& value, Collation const& collation) {
     return std::make_shared<ValueString>(StringType::Get(collation), value);
+}
+
+std::shared_ptr<StoreValue> MakeDate(QelDateTime value) {
+    return std::make_shared<ValueDate>(value);
+}
+std::unique_ptr<StoreValue> MakeDateUniquePtr(QelDateTime value) {
+    return std::make_unique<ValueDate>(value);
+}
+std::shared_ptr<StoreValue> MakeDateTime(QelDateTime value) {
+    return std::make_shared<ValueDateTime>(value);
+}
+std::unique_ptr<StoreValue> MakeDateTimeUniquePtr(QelDateTime value) {
+    return std::make_unique<ValueDateTime>(value);
+}
+
+std::shared_ptr<StoreValue> MakeColor(int packed) {
+    return std::make_shared<ValueColor>(QelColor::FromInt32(packed));
+}
+std::shared_ptr<StoreValue> MakeColor(int r, int g, int b, int a) {
+    return std::make_shared<ValueColor>(QelColor(r, g, b, a));
 }
 
 std::shared_ptr<StoreValue> MakeSpecial(Type const* type, SpecialKind kind) {

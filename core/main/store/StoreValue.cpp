@@ -155,8 +155,13 @@ TStringCore FormatPrimitive(StoreValue const& value) {
             return ConvertFloatToString(value.AsReal64());
         case StoreType::String:
             return value.AsString().GetValue();
+        case StoreType::Date:
+            return value.AsDate().ToString();
+        case StoreType::DateTime:
+            return value.AsDateTime().ToString();
+        case StoreType::Color:
+            return value.AsColor().ToString();
         default:
-            // Date, DateTime and Color have no normal values yet.
             throw QelRuntimeException(QelError::InvalidStoreTypeValue, StoreTypeToString(type));
     }
 }

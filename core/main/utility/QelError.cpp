@@ -6,7 +6,7 @@ namespace {
 
 constexpr char const* kCatalogue[] = {
 #define QEL_ERROR(name, value, text) text,
-#include "qel/core/utility/QelErrorCatalogue.inc"
+#include "qel/core/utility/QelErrorCatalogue.h"
 #undef QEL_ERROR
 };
 static_assert(sizeof(kCatalogue) / sizeof(*kCatalogue) == kQelErrorCount);
@@ -17,7 +17,7 @@ constexpr bool RowsInOrder() {
 #define QEL_ERROR(name, value, text) \
     if (value != expected++)         \
         return false;
-#include "qel/core/utility/QelErrorCatalogue.inc"
+#include "qel/core/utility/QelErrorCatalogue.h"
 #undef QEL_ERROR
     return true;
 }

@@ -27,15 +27,19 @@ namespace detail {
 
 namespace {
 
-[[noreturn]] void Fail(std::string_view file, int line, char const* condition, QelError error,
-                       TStringCore const& details) {
-    std::string const path(file);
-    PerformQelDebugReport(path, line, condition, error, details.toStdString());
+TStringCore SourceContext(std::string const& path, int line) {
     TStringCore context(u"Source: ");
     context.append(TStringCore::fromStdString(path));
     context.append(u':');
     context.append(TStringCore::number(line));
-    throw QelRuntimeException(error, details, context);
+    return context;
+}
+
+[[noreturn]] void Fail(std::string_view file, int line, char const* condition, QelError error,
+                       TStringCore const& details) {
+    std::string const path(file);
+    PerformQelDebugReport(path, line, condition, error, details.toStdString());
+    throw QelRuntimeException(error, details, SourceContext(path, line));
 }
 
 }  // namespace
@@ -47,6 +51,10 @@ void ValidationFailed(std::string_view file, int line, char const* condition, Qe
 void ValidationFailed(std::string_view file, int line, char const* condition, QelError error,
                       TStringCore const& details) {
     Fail(file, line, condition, error, details);
+}
+
+void ThrowWithSource(std::string_view file, int line, QelError error, TStringCore const& details) {
+    throw QelRuntimeException(error, details, SourceContext(std::string(file), line));
 }
 
 }  // namespace detail

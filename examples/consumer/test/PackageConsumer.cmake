@@ -2,7 +2,9 @@
 # build and run examples/consumer against that prefix alone.
 #
 # Inputs (-D): QEL_BUILD_DIR, QEL_CONFIG, QEL_CONSUMER_SOURCE_DIR,
-# QEL_GENERATOR, QEL_CXX_COMPILER, QEL_CXX_COMPILER_LAUNCHER (may be empty).
+# QEL_GENERATOR, QEL_CXX_COMPILER, QEL_CXX_COMPILER_LAUNCHER (may be empty),
+# QEL_CXX_FLAGS and QEL_EXE_LINKER_FLAGS (a sanitizer build's flags must reach
+# the consumer too, or its link misses the sanitizer runtime).
 cmake_minimum_required(VERSION 3.25)
 
 set(work ${QEL_BUILD_DIR}/package-test)
@@ -34,6 +36,8 @@ run("configure" ${CMAKE_COMMAND} -S ${QEL_CONSUMER_SOURCE_DIR} -B ${consumer_bui
   -G ${QEL_GENERATOR}
   -DCMAKE_BUILD_TYPE=${QEL_CONFIG}
   -DCMAKE_CXX_COMPILER=${QEL_CXX_COMPILER}
+  "-DCMAKE_CXX_FLAGS=${QEL_CXX_FLAGS}"
+  "-DCMAKE_EXE_LINKER_FLAGS=${QEL_EXE_LINKER_FLAGS}"
   ${launcher}
   -DCMAKE_PREFIX_PATH=${prefix}
   -DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF

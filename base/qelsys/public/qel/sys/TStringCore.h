@@ -200,6 +200,15 @@ public:
     static TStringCore number(long long v, int base = 10, int width = 0, char16_t fill = u' ');
     static TStringCore number(unsigned long long v, int base = 10, int width = 0,
                               char16_t fill = u' ');
+    // Floating-point text as printf gives it in the C locale, whatever the
+    // process locale: `format` is 'e', 'E', 'f', 'g' or 'G' (any other acts as
+    // 'g') and `precision` means what it means there (negative: 6; above 1100,
+    // which already spells every double exactly, 1100). `upperCase` writes the
+    // letters of the text ("E", "INF", "NAN") in upper case whatever the case
+    // of `format`, so that callers that hold the case apart from the notation
+    // need not rebuild the format character.
+    static TStringCore number(double value, char format = 'g', int precision = 6,
+                              bool upperCase = false);
     // Text of a pointer for diagnostics: hexadecimal, with a "0x" prefix when
     // `prefix` is set and zero-padded to the pointer's width when `padded`.
     static TStringCore pointer(void const* p, bool prefix = true, bool padded = false);

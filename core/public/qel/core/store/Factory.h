@@ -1,8 +1,9 @@
 #pragma once
 
-// The makers of primitive values. Each numeric and boolean maker has a twin
-// with the suffix UniquePtr. Strings without a collation get the default one;
-// those need a collator pool installed (RegisterDefaultCollatorPool).
+// The makers of primitive values, dates and colours. Each numeric, boolean
+// and date maker has a twin with the suffix UniquePtr. Strings without a
+// collation get the default one; those need a collator pool installed
+// (RegisterDefaultCollatorPool).
 
 #include <memory>
 
@@ -33,6 +34,17 @@ std::shared_ptr<StoreValue> MakeString(RIndirectString const& value);
 std::shared_ptr<StoreValue> MakeString(char16_t const* value, Collation const& collation);
 std::shared_ptr<StoreValue> MakeString(TStringCore const& value, Collation const& collation);
 std::shared_ptr<StoreValue> MakeString(RIndirectString const& value, Collation const& collation);
+
+// Dates and date-times keep the number as given: a date may hold a time of
+// day, and an out-of-range number is boxed as it is.
+std::shared_ptr<StoreValue> MakeDate(QelDateTime value);
+std::unique_ptr<StoreValue> MakeDateUniquePtr(QelDateTime value);
+std::shared_ptr<StoreValue> MakeDateTime(QelDateTime value);
+std::unique_ptr<StoreValue> MakeDateTimeUniquePtr(QelDateTime value);
+// The packed value as it stands (alpha in the top byte).
+std::shared_ptr<StoreValue> MakeColor(int packed);
+// Validates each channel like QelColor(r, g, b, a).
+std::shared_ptr<StoreValue> MakeColor(int r, int g, int b, int a);
 
 // A special of any type (not checked). `kind` must not be Normal.
 std::shared_ptr<StoreValue> MakeSpecial(Type const* type, SpecialKind kind);

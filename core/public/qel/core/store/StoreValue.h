@@ -104,8 +104,10 @@ private:
 };
 
 // Primitive text: specials by kind name, "true"/"false", decimal integers,
-// ConvertFloatToString for reals, and a string's own text unquoted. Other
-// store types throw "invalid StoreType value".
+// ConvertFloatToString for reals, a string's own text unquoted, dates and
+// date-times by QelDateTime::ToString ("2020-03-04T05:06:07"), colours by
+// QelColor::ToString ("ff010203"). Other store types throw "invalid
+// StoreType value".
 TStringCore FormatPrimitive(StoreValue const& value);
 
 // The failure branch of primitive dispatch: throws "unsupported primitive key

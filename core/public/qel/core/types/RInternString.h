@@ -12,6 +12,7 @@
 
 namespace qel::core {
 
+class RFormatString;
 class RIndirectString;
 
 class RInternString {
@@ -23,6 +24,8 @@ public:
     explicit RInternString(char16_t unit);
     explicit RInternString(char16_t const* text);
     explicit RInternString(RIndirectString const& text);
+    // Interns the format string's result(), and throws as that does.
+    explicit RInternString(RFormatString const& text);
     // An id that GetStringId gave; it is not checked.
     explicit RInternString(unsigned long id);
 

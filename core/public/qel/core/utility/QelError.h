@@ -11,7 +11,7 @@ namespace qel::core {
 
 enum class QelError : std::uint32_t {
 #define QEL_ERROR(name, value, text) name = value,
-#include "qel/core/utility/QelErrorCatalogue.inc"
+#include "qel/core/utility/QelErrorCatalogue.h"
 #undef QEL_ERROR
 };
 

@@ -9,6 +9,7 @@
 //   QEL_VALIDATE_NOT(cond, code[, details])      must not hold; "!(cond)"
 //   QEL_VALIDATE_NOT_NULL(ptr, code[, details])  "(ptr) != nullptr"
 //   QEL_VALIDATE_NE(a, b, code[, details])       "(a) != (b)"
+//   QEL_VALIDATE_RANGE(v, lo, hi, code[, details])  "(v) >= (lo) && (v) <= (hi)"
 //   QEL_VALIDATION_FAILED(code[, details])       no condition
 //
 // Details are anything a TStringCore can be built from. They are evaluated
@@ -43,6 +44,9 @@ constexpr std::string_view SourcePath(std::string_view file) {
                                    QelError error);
 [[noreturn]] void ValidationFailed(std::string_view file, int line, char const* condition,
                                    QelError error, TStringCore const& details);
+// Throws with the "Source: " context but logs no report.
+[[noreturn]] void ThrowWithSource(std::string_view file, int line, QelError error,
+                                  TStringCore const& details);
 
 }  // namespace detail
 }  // namespace qel::core
@@ -76,6 +80,22 @@ constexpr std::string_view SourcePath(std::string_view file) {
         if ((a) == (b)) [[unlikely]]                                        \
             QEL_DETAIL_VALIDATION_FAILED("(" #a ") != (" #b ")",            \
                                          error __VA_OPT__(, ) __VA_ARGS__); \
+    } while (false)
+
+// Throws QelRuntimeException(error, details, "Source: <file>:<line>") with no
+// report, for refusals that are expected in normal use (a caller's bad text).
+#define QEL_THROW_WITH_SOURCE(error, details)                                                 \
+    ::qel::core::detail::ThrowWithSource(::qel::core::detail::SourcePath(__FILE__), __LINE__, \
+                                         error, ::qel::core::TStringCore(details))
+
+// `value` is evaluated once; `low` and `high` are compared with it as written.
+#define QEL_VALIDATE_RANGE(value, low, high, error, ...)                                         \
+    do {                                                                                         \
+        auto const& qelRangeValue = (value);                                                     \
+        if (!(qelRangeValue >= (low) && qelRangeValue <= (high))) [[unlikely]]                   \
+            QEL_DETAIL_VALIDATION_FAILED("(" #value ") >= (" #low ") && (" #value ") <= (" #high \
+                                         ")",                                                    \
+                                         error __VA_OPT__(, ) __VA_ARGS__);                      \
     } while (false)
 
 #define QEL_VALIDATION_FAILED(error, ...) \

@@ -1,3 +1,4 @@
+// clang-format off
 // The error catalogue: one row per QelError value, in value order.
 // QEL_ERROR(identifier, value, message). The messages are exact, including
 // their spelling and trailing blanks, because callers and logs match on them.
@@ -407,3 +408,4 @@ QEL_ERROR(UnknownSinkNodeId, 400, "unknown sink NodeId")
 QEL_ERROR(TransformNodeExpectsItsITransformToOutputThe, 401, "TransformNode expects its ITransform to output the exact key or a prefix")
 QEL_ERROR(KeyPathMissingRequiredPrefixInitForValue, 402, "KeyPath missing required prefix ~init for value in initial data store")
 QEL_ERROR(ExecutionGraphEdgesShouldHaveDistinctKeys, 403, "execution graph edges should have distinct keys")
+// clang-format on

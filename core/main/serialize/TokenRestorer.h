@@ -1,0 +1,47 @@
+#pragma once
+
+// A stack guard for recursive-descent parsers: it records the tokens taken
+// through it and, unless the parse commits, pushes them back on destruction
+// (last first), so that a failed TryParse... leaves the scanner where it was.
+
+#include <boost/container/small_vector.hpp>
+
+#include "qel/core/vtl/VtlScanner.h"
+
+namespace qel::core::recursive_descent {
+
+class TokenRestorer {
+public:
+    explicit TokenRestorer(VtlScanner& scanner) : m_scanner(scanner) {}
+    TokenRestorer(TokenRestorer const&) = delete;
+    TokenRestorer& operator=(TokenRestorer const&) = delete;
+    ~TokenRestorer() {
+        if (!m_restore)
+            return;
+        for (auto it = m_tokens.rbegin(); it != m_tokens.rend(); ++it) {
+            m_scanner.Push(std::move(*it));
+        }
+    }
+
+    bool NextIf(VtlTokenType type) {
+        if (!m_scanner.NextIf(type))
+            return false;
+        m_tokens.push_back(m_scanner.GetCurrentToken());
+        return true;
+    }
+    bool NextIf(VtlTokenType type, VtlToken& out) {
+        if (!NextIf(type))
+            return false;
+        out = m_tokens.back();
+        return true;
+    }
+    // The parse succeeded: keep what it consumed.
+    void Commit() { m_restore = false; }
+
+private:
+    VtlScanner& m_scanner;
+    boost::container::small_vector<VtlToken, 6> m_tokens;
+    bool m_restore = true;
+};
+
+}  // namespace qel::core::recursive_descent
