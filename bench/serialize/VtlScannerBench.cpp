@@ -21,9 +21,9 @@ using namespace qel::core;
 TStringCore MixedLine() {
     TStringCore line;
     for (int i = 0; i < 2000; ++i) {
-        line.append(u"input.key_");
+        line.append(TStringCore(u"input.key_"));
         line.append(TStringCore::number(i));
-        line.append(u" -> map :1.5e3:r (add 'quoted \\'text\\'' -12 Null) -> out, ");
+        line.append(TStringCore(u" -> map :1.5e3:r (add 'quoted \\'text\\'' -12 Null) -> out, "));
     }
     return line;
 }
@@ -56,7 +56,7 @@ void BM_PlainLoopMixedLine(benchmark::State& state) {
 BENCHMARK(BM_PlainLoopMixedLine);
 
 std::vector<TStringCore> Texts(char const* kind) {
-    std::mt19937 random(7);
+    std::mt19937 random(7);  // result_type is unsigned long here
     std::vector<TStringCore> texts;
     for (int i = 0; i < 256; ++i) {
         char buffer[64];
@@ -65,7 +65,7 @@ std::vector<TStringCore> Texts(char const* kind) {
         } else if (kind[0] == 'r') {
             std::snprintf(buffer, sizeof(buffer), "%.17g", random() / 7.0);
         } else {
-            std::snprintf(buffer, sizeof(buffer), "'%04u-%02u-%02uT%02u:%02u:%02u'",
+            std::snprintf(buffer, sizeof(buffer), "'%04lu-%02lu-%02luT%02lu:%02lu:%02lu'",
                           1900 + random() % 200, 1 + random() % 12, 1 + random() % 28,
                           random() % 24, random() % 60, random() % 60);
         }

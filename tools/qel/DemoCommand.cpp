@@ -123,6 +123,36 @@ void ShowCasts(std::ostream& out) {
     }
 }
 
+void ShowLiterals(std::ostream& out) {
+    Section(out, "Literal text to values and back (ParsePrimitive, FormatPrimitive)");
+    struct Row {
+        Type const* type;
+        char16_t const* text;
+    };
+    Row const rows[] = {
+        {BoolType::Get(), u"true"},
+        {IntType::Get32(), u"-42"},
+        {IntType::Get64(), u"+9007199254740993"},
+        {RealType::Get32(), u"0.1"},
+        {RealType::Get64(), u"6.02214076e23"},
+        {StringType::Get(), u"'it\\'s quoted'"},
+        {DateType::Get(), u"'1582-10-15'"},
+        {DateTimeType::Get(), u"'2020-03-04T05:06:07.0005'"},
+        {ColorType::Get(), u"'80ff8000'"},
+        {IntType::Get32(), u"Missing"},
+    };
+    for (Row const& row : rows) {
+        auto value = ParsePrimitive(row.type, TStringCore(row.text));
+        out << "  " << std::left << std::setw(10) << Text(row.type->ToString()) << std::setw(30)
+            << Text(TStringCore(row.text)) << "-> " << Text(FormatPrimitive(*value)) << '\n';
+    }
+    try {
+        ParsePrimitive(DateType::Get(), TStringCore(u"'2023-02-29'"));
+    } catch (QelException const& e) {
+        out << "  refused: d '2023-02-29' -> " << e.what() << " (" << Text(e.GetContext()) << ")\n";
+    }
+}
+
 void ShowFailure(std::ostream& out) {
     Section(out, "A refused request, as the caller sees it");
     std::ostringstream log;
@@ -153,11 +183,12 @@ int RunDemo(Command const& self, std::vector<std::string> const& args, std::ostr
         return 0;
     }
     RegisterDefaultCollatorPool();
-    out << "qelcore demo: typed primitive values\n";
+    out << "qelcore demo: typed primitive values, their text and the VTL literal reader\n";
     ShowTypes(out);
     ShowValues(out);
     ShowOrder(out);
     ShowCasts(out);
+    ShowLiterals(out);
     ShowFailure(out);
     return 0;
 }

@@ -402,9 +402,9 @@ VtlToken VtlScanner::Scan() {
 }
 
 VtlToken const& VtlScanner::Next() {
-    if (!m_lookahead.empty()) {
-        m_current = std::move(m_lookahead.front());
-        m_lookahead.pop_front();
+    if (!m_ahead.empty()) {
+        m_current = std::move(m_ahead.back());
+        m_ahead.pop_back();
     } else {
         m_current = Scan();
     }
@@ -454,9 +454,10 @@ TStringCore VtlScanner::NextString(TStringCore const& message) {
 VtlToken const& VtlScanner::Peek(unsigned n) {
     if (n == 0)
         return m_current;
-    while (m_lookahead.size() < n)
-        m_lookahead.push_back(Scan());
-    return m_lookahead[n - 1];
+    // Look-ahead is a few tokens at most, so inserting at the front is cheap.
+    while (m_ahead.size() < n)
+        m_ahead.insert(m_ahead.begin(), Scan());
+    return m_ahead[m_ahead.size() - n];
 }
 
 // ---------------------------------------------------------------------------

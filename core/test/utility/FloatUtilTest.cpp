@@ -3,7 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
 #include <limits>
+#include <random>
 
 namespace qel::core {
 namespace {
@@ -57,6 +61,33 @@ TEST(FloatUtilTest, FloatText) {
     EXPECT_EQ(text(-F::quiet_NaN()), "nan");
     EXPECT_EQ(text(D::infinity()), "+inf");
     EXPECT_EQ(text(-D::infinity()), "-inf");
+}
+
+// The text is defined as printf's "%.*g"; the implementation may produce it
+// another way only if every value gives the same characters.
+TEST(FloatUtilTest, TextIsPrintfsGeneralFormForEveryBitPattern) {
+    std::mt19937_64 random(20261123);
+    int compared = 0;
+    for (int i = 0; i < 300000; ++i) {
+        std::uint64_t bits = random();
+        double d;
+        std::memcpy(&d, &bits, sizeof(d));
+        float f;
+        auto low = static_cast<std::uint32_t>(bits);
+        std::memcpy(&f, &low, sizeof(f));
+        char expected[30];
+        if (std::isfinite(d)) {
+            std::snprintf(expected, sizeof(expected), "%.*g", 17, d);
+            ASSERT_EQ(ConvertFloatToString(d).toStdString(), expected) << bits;
+            ++compared;
+        }
+        if (std::isfinite(f)) {
+            std::snprintf(expected, sizeof(expected), "%.*g", 8, static_cast<double>(f));
+            ASSERT_EQ(ConvertFloatToString(f).toStdString(), expected) << low;
+            ++compared;
+        }
+    }
+    EXPECT_GT(compared, 500000);
 }
 
 }  // namespace

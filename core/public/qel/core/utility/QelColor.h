@@ -51,10 +51,18 @@ private:
     std::uint32_t m_value = 0;
 };
 
-constexpr bool operator==(QelColor a, QelColor b) { return a.AsInt32() == b.AsInt32(); }
-constexpr bool operator!=(QelColor a, QelColor b) { return a.AsInt32() != b.AsInt32(); }
-constexpr bool operator<(QelColor a, QelColor b) { return a.AsInt32() < b.AsInt32(); }
-constexpr bool operator>(QelColor a, QelColor b) { return a.AsInt32() > b.AsInt32(); }
+constexpr bool operator==(QelColor a, QelColor b) {
+    return a.AsInt32() == b.AsInt32();
+}
+constexpr bool operator!=(QelColor a, QelColor b) {
+    return a.AsInt32() != b.AsInt32();
+}
+constexpr bool operator<(QelColor a, QelColor b) {
+    return a.AsInt32() < b.AsInt32();
+}
+constexpr bool operator>(QelColor a, QelColor b) {
+    return a.AsInt32() > b.AsInt32();
+}
 
 }  // namespace qel::core
 

@@ -121,8 +121,8 @@ public:
 
     // Validates the ranges ("year out of range", ...) and that the date
     // exists ("invalid date/time": 30 February, 1582-10-05 to 1582-10-14).
-    static unsigned long long ComputeQelDateTime(int year, int month, int day, int hour,
-                                                 int minute, int second, int fraction);
+    static unsigned long long ComputeQelDateTime(int year, int month, int day, int hour, int minute,
+                                                 int second, int fraction);
     // No validation; also accepts years below 1 (there is no year 0).
     static unsigned long long ComputeQelDateTimeUnchecked(int year, int month, int day, int hour,
                                                           int minute, int second, int fraction);
@@ -146,12 +146,24 @@ private:
     unsigned long long m_value = DateTimeDefault;
 };
 
-constexpr bool operator==(QelDateTime a, QelDateTime b) { return a.GetValue() == b.GetValue(); }
-constexpr bool operator!=(QelDateTime a, QelDateTime b) { return a.GetValue() != b.GetValue(); }
-constexpr bool operator<(QelDateTime a, QelDateTime b) { return a.GetValue() < b.GetValue(); }
-constexpr bool operator>(QelDateTime a, QelDateTime b) { return a.GetValue() > b.GetValue(); }
-constexpr bool operator<=(QelDateTime a, QelDateTime b) { return a.GetValue() <= b.GetValue(); }
-constexpr bool operator>=(QelDateTime a, QelDateTime b) { return a.GetValue() >= b.GetValue(); }
+constexpr bool operator==(QelDateTime a, QelDateTime b) {
+    return a.GetValue() == b.GetValue();
+}
+constexpr bool operator!=(QelDateTime a, QelDateTime b) {
+    return a.GetValue() != b.GetValue();
+}
+constexpr bool operator<(QelDateTime a, QelDateTime b) {
+    return a.GetValue() < b.GetValue();
+}
+constexpr bool operator>(QelDateTime a, QelDateTime b) {
+    return a.GetValue() > b.GetValue();
+}
+constexpr bool operator<=(QelDateTime a, QelDateTime b) {
+    return a.GetValue() <= b.GetValue();
+}
+constexpr bool operator>=(QelDateTime a, QelDateTime b) {
+    return a.GetValue() >= b.GetValue();
+}
 
 }  // namespace qel::core
 

@@ -18,7 +18,7 @@
 // A scanner owns its text and belongs to one thread; the static operations
 // may run on any thread.
 
-#include <deque>
+#include <vector>
 
 #include "qel/core/vtl/VtlToken.h"
 
@@ -65,7 +65,7 @@ public:
 
     VtlToken const& GetCurrentToken() const { return m_current; }
     // Puts a token back: it is the next one read.
-    void Push(VtlToken&& token) { m_lookahead.push_front(std::move(token)); }
+    void Push(VtlToken&& token) { m_ahead.push_back(std::move(token)); }
 
     // The first token of `text` goes to `out`; true when it is the only one.
     // With `skipValue`, numbers are not converted and identifiers keep no text.
@@ -87,7 +87,10 @@ private:
     TStringCore m_text;
     State m_state;
     VtlToken m_current;
-    std::deque<VtlToken> m_lookahead;
+    // The look-ahead, next token last, so that Next and Push work at the back.
+    // An empty vector allocates nothing, which keeps a scanner over a short
+    // literal cheap to make.
+    std::vector<VtlToken> m_ahead;
 };
 
 }  // namespace qel::core
