@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "qel/core/store/StoreValue.h"
+#include "qel/core/utility/TextUtil.h"
 #include "qel/core/utility/Validation.h"
 
 namespace qel::core {
@@ -46,16 +47,6 @@ TStringCore Quoted(TStringCore const& text) {
     quoted.append(text);
     quoted.append(u'\'');
     return quoted;
-}
-
-int HexDigit(char16_t c) {
-    if (c >= u'0' && c <= u'9')
-        return c - u'0';
-    if (c >= u'a' && c <= u'f')
-        return c - u'a' + 10;
-    if (c >= u'A' && c <= u'F')
-        return c - u'A' + 10;
-    return -1;
 }
 
 }  // namespace
@@ -126,7 +117,7 @@ bool TryParseInt32FromHex(VtlScanner& scanner, int& result, QelError& error) {
     }
     std::uint32_t value = 0;
     for (char16_t c : text.view()) {
-        int digit = HexDigit(c);
+        int digit = HexDigitValue(c);
         if (digit < 0) {
             error = QelError::HexStringContainsInvalidCharacter;
             return false;

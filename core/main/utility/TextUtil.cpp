@@ -32,17 +32,6 @@ private:
     TStringCore const& m_text;
 };
 
-// The value of a hexadecimal digit, or -1.
-int HexValue(char16_t unit) {
-    if (unit >= u'0' && unit <= u'9')
-        return unit - u'0';
-    if (unit >= u'a' && unit <= u'f')
-        return unit - u'a' + 10;
-    if (unit >= u'A' && unit <= u'F')
-        return unit - u'A' + 10;
-    return -1;
-}
-
 std::vector<TStringCore> Tokenize(TStringCore const& text, std::u16string_view separator,
                                   bool keepEmpty) {
     std::vector<TStringCore> tokens;
@@ -158,13 +147,23 @@ std::vector<TStringCore> TokenizeString(TStringCore const& text, TStringCore con
     return Tokenize(text, separator.view(), keepEmpty);
 }
 
+int HexDigitValue(char16_t unit) {
+    if (unit >= u'0' && unit <= u'9')
+        return unit - u'0';
+    if (unit >= u'a' && unit <= u'f')
+        return unit - u'a' + 10;
+    if (unit >= u'A' && unit <= u'F')
+        return unit - u'A' + 10;
+    return -1;
+}
+
 std::vector<unsigned char> ParseBytesFromHex(TStringCore const& s) {
     QEL_VALIDATE(s.length() % 2 == 0, QelError::HexStringLengthMustBeEven);
     std::vector<unsigned char> bytes;
     bytes.reserve(static_cast<size_t>(s.length() / 2));
     for (int i = 0; i < s.length(); i += 2) {
-        int const high = HexValue(s[i]);
-        int const low = HexValue(s[i + 1]);
+        int const high = HexDigitValue(s[i]);
+        int const low = HexDigitValue(s[i + 1]);
         bool const isOk = high >= 0 && low >= 0;
         QEL_VALIDATE(isOk, QelError::HexStringContainsInvalidCharacter);
         bytes.push_back(static_cast<unsigned char>(high * 16 + low));

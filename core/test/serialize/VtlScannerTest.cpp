@@ -104,10 +104,12 @@ TEST(VtlScannerTest, IndentationAndComments) {
     EXPECT_EQ(Tokens(u"a\n  b\n\n  c"), "Id(a) BlockStart Id(b) BlockEnd BlockStart Id(c) End");
     // A tab is no indentation; a carriage return before the line feed is.
     EXPECT_EQ(Tokens(u"a\n\tb"), "Id(a) Id(b) End");
-    VtlScanner::State crlf{TStringCore(u"\r\n  a")};
+    TStringCore const crlfText(u"\r\n  a");  // a State reads the text in place
+    VtlScanner::State crlf{crlfText};
     EXPECT_EQ(VtlScanner::ConsumeNext(crlf, false), VtlToken::BlockStart);
     EXPECT_EQ(crlf.indent, 3);
-    VtlScanner::State lf{TStringCore(u"x \r\n  a")};
+    TStringCore const lfText(u"x \r\n  a");
+    VtlScanner::State lf{lfText};
     VtlScanner::ConsumeNext(lf, false);
     VtlScanner::ConsumeNext(lf, false);
     EXPECT_EQ(lf.indent, 2) << "a carriage return inside a blank run does not count";

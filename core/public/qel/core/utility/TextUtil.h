@@ -63,4 +63,7 @@ std::vector<TStringCore> TokenizeString(TStringCore const& text, TStringCore con
 // or "hex string contains invalid character" (blanks and signs included).
 std::vector<unsigned char> ParseBytesFromHex(TStringCore const& text);
 
+// The value of one hexadecimal digit (either case), or -1.
+int HexDigitValue(char16_t unit);
+
 }  // namespace qel::core
