@@ -153,6 +153,45 @@ void ShowLiterals(std::ostream& out) {
     }
 }
 
+std::string Elements(IStoreArray const& array) {
+    std::string text;
+    for (unsigned int i = 0; i < array.GetCount(); ++i) {
+        text += (i ? ", " : "") + Text(FormatPrimitive(*array.GetStoreValueAt(i)));
+    }
+    return "[" + text + "]";
+}
+
+void ShowColumns(std::ostream& out) {
+    Section(out, "Columns: values, specials and an indices vector");
+    auto prices = factory::MakeArray<unsigned int>(
+        IntType::Get32(), {120, 0, 95, 240},
+        {SpecialKind::Normal, SpecialKind::Missing, SpecialKind::Normal, SpecialKind::Normal});
+    auto const& array = prices->AsArray();
+    out << "  prices " << Text(prices->GetType()->ToString()) << "  " << Elements(array) << '\n';
+    // A sort is a permutation of positions: only a small index vector is new.
+    auto sorted = array.CopyAndApplyIndices(std::vector<qelsize_t>{2, 0, 3, 1}, SortSpecOrder::ASC);
+    out << "  sorted by index [2, 0, 3, 1]  " << Elements(sorted->AsArray()) << '\n';
+    auto names =
+        factory::MakeArray<RIndirectString>(StringType::Get(), {u"pear", u"fig", u"plum", u"kiwi"});
+    auto slice = names->AsArray().GetRange(1, 2, 1);
+    auto const& whole = names->AsTypedArray<RIndirectString>().GetRawArray();
+    auto const& part = slice->AsTypedArray<RIndirectString>().GetRawArray();
+    out << "  names " << Elements(names->AsArray()) << ", slice(1, 2) "
+        << Elements(slice->AsArray())
+        << (part.GetData() == whole.GetData() + 1 ? " shares its parent's buffer"
+                                                  : " COPIED its elements")
+        << '\n';
+    TupleType const* rowType =
+        TupleType::Get({StringType::Get(), IntType::Get32(), BoolType::Get()});
+    QelTuple row(rowType);
+    row.SetNthString(0, RIndirectString(u"fig"));
+    row.SetNthInt32(1, 95);
+    row.SetNthSpecial(2, SpecialKind::Null);
+    out << "  a tuple " << Text(rowType->ToString()) << " of " << rowType->GetOffsets()->GetSize()
+        << " packed bytes: (" << Text(row.GetNthString(0).GetValue()) << ", " << row.GetNthInt32(1)
+        << ", " << Text(SpecialKindToString(row.GetNthSpecial(2))) << ")\n";
+}
+
 void ShowFailure(std::ostream& out) {
     Section(out, "A refused request, as the caller sees it");
     std::ostringstream log;
@@ -183,12 +222,13 @@ int RunDemo(Command const& self, std::vector<std::string> const& args, std::ostr
         return 0;
     }
     RegisterDefaultCollatorPool();
-    out << "qelcore demo: typed primitive values, their text and the VTL literal reader\n";
+    out << "qelcore demo: typed values, their text, the VTL literal reader and columns\n";
     ShowTypes(out);
     ShowValues(out);
     ShowOrder(out);
     ShowCasts(out);
     ShowLiterals(out);
+    ShowColumns(out);
     ShowFailure(out);
     return 0;
 }

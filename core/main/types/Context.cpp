@@ -3,12 +3,14 @@
 #include <tbb/concurrent_unordered_map.h>
 #include <tbb/concurrent_vector.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <mutex>
 #include <utility>
 #include <vector>
 
 #include "core/main/types/IndexedVector.h"
+#include "qel/core/types/PackedStructOffsets.h"
 
 namespace qel::core {
 
@@ -27,6 +29,28 @@ struct TypeHash {
 struct TypePairHash {
     std::size_t operator()(std::pair<Type const*, Type const*> const& p) const noexcept {
         return MixPointer(p.first) ^ (MixPointer(p.second) >> 1);
+    }
+};
+
+using Member = NamedHeterogeneousType::Member;
+
+// The list keys hash their members in order; the final multiplication
+// spreads the combined value over the buckets.
+struct MemberListHash {
+    std::size_t operator()(std::vector<Member> const& members) const noexcept {
+        std::size_t h = members.size();
+        for (Member const& member : members)
+            h ^= member.GetHashValue() + 0x9E3779B9 + (h << 6) + (h >> 2);
+        return h * 0x9E3779B97F4A7C15ULL;
+    }
+};
+
+struct TypeListHash {
+    std::size_t operator()(std::vector<Type const*> const& types) const noexcept {
+        std::size_t h = types.size();
+        for (Type const* type : types)
+            h ^= MixPointer(type) + 0x9E3779B9 + (h << 6) + (h >> 2);
+        return h;
     }
 };
 
@@ -62,17 +86,29 @@ struct Context::Impl {
     Cache<Type const*, SetType const*, TypeHash> m_sets{kInitialBuckets};
     Cache<std::pair<Type const*, Type const*>, KeySetType const*, TypePairHash> m_keySets{
         kInitialBuckets};
+    Cache<std::vector<Member>, KeyMapType const*, MemberListHash> m_keyMaps{kInitialBuckets};
+    Cache<std::vector<Member>, TableType const*, MemberListHash> m_tables{kInitialBuckets};
+    Cache<std::vector<Type const*>, TupleType const*, TypeListHash> m_tuples{kInitialBuckets};
+    Cache<AnonymousHeterogeneousType const*, PackedStructOffsets const*, TypeHash> m_offsets{
+        kInitialBuckets};
 
-    // Owns every type that a cache points to, winners and losers alike.
+    // Owns every type and layout that a cache points to, winners and losers
+    // alike.
     struct OwnerOfPointers {
         std::vector<std::unique_ptr<Type const>> m_types;
+        std::vector<std::unique_ptr<PackedStructOffsets const>> m_offsets;
         std::mutex m_mutex;
 
         void Adopt(std::unique_ptr<Type const> type) {
             std::lock_guard<std::mutex> lock(m_mutex);
             m_types.push_back(std::move(type));
         }
+        void Adopt(std::unique_ptr<PackedStructOffsets const> offsets) {
+            std::lock_guard<std::mutex> lock(m_mutex);
+            m_offsets.push_back(std::move(offsets));
+        }
         ~OwnerOfPointers() {
+            m_offsets.clear();
             // Last created first, as later types may refer to earlier ones.
             while (!m_types.empty())
                 m_types.pop_back();
@@ -164,6 +200,33 @@ SetType const* Context::GetSetType(Type const* element) const {
 KeySetType const* Context::GetKeySetType(Type const* key, Type const* element) const {
     return m_impl->Lookup(m_impl->m_keySets, {key, element}, [&] {
         return std::unique_ptr<KeySetType>(new KeySetType(key, element));
+    });
+}
+
+KeyMapType const* Context::GetKeyMapType(std::vector<Member>&& members) const {
+    std::sort(members.begin(), members.end(), NamedTypeMemberCompare);
+    return m_impl->Lookup(m_impl->m_keyMaps, members, [&] {
+        return std::unique_ptr<KeyMapType>(new KeyMapType(std::vector<Member>(members)));
+    });
+}
+
+TableType const* Context::GetTableType(std::vector<Member>&& members) const {
+    std::sort(members.begin(), members.end(), NamedTypeMemberCompare);
+    return m_impl->Lookup(m_impl->m_tables, members, [&] {
+        return std::unique_ptr<TableType>(new TableType(std::vector<Member>(members)));
+    });
+}
+
+TupleType const* Context::GetTupleType(std::vector<Type const*>&& members) const {
+    return m_impl->Lookup(m_impl->m_tuples, members, [&] {
+        return std::unique_ptr<TupleType>(new TupleType(std::vector<Type const*>(members)));
+    });
+}
+
+PackedStructOffsets const* Context::GetPackedStructOffsets(
+    AnonymousHeterogeneousType const* type) const {
+    return m_impl->Lookup(m_impl->m_offsets, type, [&] {
+        return std::unique_ptr<PackedStructOffsets>(new PackedStructOffsets(type->GetMembers()));
     });
 }
 

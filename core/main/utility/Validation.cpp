@@ -35,22 +35,32 @@ TStringCore SourceContext(std::string const& path, int line) {
     return context;
 }
 
+template <class Exception>
 [[noreturn]] void Fail(std::string_view file, int line, char const* condition, QelError error,
                        TStringCore const& details) {
     std::string const path(file);
     PerformQelDebugReport(path, line, condition, error, details.toStdString());
-    throw QelRuntimeException(error, details, SourceContext(path, line));
+    throw Exception(error, details, SourceContext(path, line));
 }
 
 }  // namespace
 
 void ValidationFailed(std::string_view file, int line, char const* condition, QelError error) {
-    Fail(file, line, condition, error, TStringCore());
+    Fail<QelRuntimeException>(file, line, condition, error, TStringCore());
 }
 
 void ValidationFailed(std::string_view file, int line, char const* condition, QelError error,
                       TStringCore const& details) {
-    Fail(file, line, condition, error, details);
+    Fail<QelRuntimeException>(file, line, condition, error, details);
+}
+
+void LogicValidationFailed(std::string_view file, int line, char const* condition, QelError error) {
+    Fail<QelLogicException>(file, line, condition, error, TStringCore());
+}
+
+void LogicValidationFailed(std::string_view file, int line, char const* condition, QelError error,
+                           TStringCore const& details) {
+    Fail<QelLogicException>(file, line, condition, error, details);
 }
 
 void ThrowWithSource(std::string_view file, int line, QelError error, TStringCore const& details) {

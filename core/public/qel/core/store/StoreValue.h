@@ -37,6 +37,12 @@ class IStoreKeyMap;
 class IStoreTable;
 class QelTuple;
 class ValueExternal;
+template <class StorageT>
+class ITypedArray;
+template <class StorageT>
+class ITypedSet;
+template <class K, class V>
+class IStoreDictionary;
 
 class StoreValue {
 public:
@@ -74,6 +80,15 @@ public:
     virtual IStoreKeyMap const& AsKeyMap() const;
     virtual IStoreTable const& AsTable() const;
     virtual QelTuple const& AsTuple() const;
+
+    // Run-time checked casts to the typed interfaces (defined with them, in
+    // store/CollectionInterfaces.h): "StoreValue is not an ITypedArray", ...
+    template <class StorageT>
+    ITypedArray<StorageT> const& AsTypedArray() const;
+    template <class StorageT>
+    ITypedSet<StorageT> const& AsTypedSet() const;
+    template <class K, class V>
+    IStoreDictionary<K, V> const& AsDictionary() const;
 
     virtual std::unique_ptr<StoreValue> Clone() const = 0;
 

@@ -16,10 +16,14 @@
 // Any thread may call any operation at any time.
 
 #include <memory>
+#include <vector>
 
+#include "qel/core/types/HeterogeneousType.h"
 #include "qel/core/types/Type.h"
 
 namespace qel::core {
+
+class PackedStructOffsets;
 
 class Context {
 public:
@@ -45,6 +49,13 @@ public:
     ArrayType const* GetArrayType(Type const* element) const;
     SetType const* GetSetType(Type const* element) const;
     KeySetType const* GetKeySetType(Type const* key, Type const* element) const;
+    // Sorts `members` by name first, so that any order gives the same type.
+    KeyMapType const* GetKeyMapType(std::vector<NamedHeterogeneousType::Member>&& members) const;
+    TableType const* GetTableType(std::vector<NamedHeterogeneousType::Member>&& members) const;
+    // Tuples keep their member order.
+    TupleType const* GetTupleType(std::vector<Type const*>&& members) const;
+    // REQUIRES: `type` is not null.
+    PackedStructOffsets const* GetPackedStructOffsets(AnonymousHeterogeneousType const* type) const;
 
     unsigned long InternString(TStringCore&& text) const;
     // REQUIRES: `id` was returned by InternString; nothing checks it.

@@ -30,7 +30,7 @@ struct StoreTypeTraitsRow {
 };
 
 inline constexpr StoreTypeTraitsRow kStoreTypeRows[] = {
-#define QEL_STORE_TYPE(name, value, ch, p, c, u, h, n, a, s, k, kk) \
+#define QEL_STORE_TYPE(name, value, ch, p, c, u, h, n, a, s, k, kk, ...) \
     {ch, p != 0, c != 0, u != 0, h != 0, n != 0, a != 0, s != 0, k != 0, kk != 0},
 #include "qel/core/types/StoreType.def"
 #undef QEL_STORE_TYPE

@@ -11,6 +11,9 @@
 //   QEL_VALIDATE_NE(a, b, code[, details])       "(a) != (b)"
 //   QEL_VALIDATE_RANGE(v, lo, hi, code[, details])  "(v) >= (lo) && (v) <= (hi)"
 //   QEL_VALIDATION_FAILED(code[, details])       no condition
+//   QEL_VALIDATE_LOGIC(cond, code[, details])    as QEL_VALIDATE, but throws
+//                                                QelLogicException: for states
+//                                                that correct callers never reach
 //
 // Details are anything a TStringCore can be built from. They are evaluated
 // only when the check fails, so building them may be costly.
@@ -44,6 +47,11 @@ constexpr std::string_view SourcePath(std::string_view file) {
                                    QelError error);
 [[noreturn]] void ValidationFailed(std::string_view file, int line, char const* condition,
                                    QelError error, TStringCore const& details);
+// As ValidationFailed, but throws QelLogicException.
+[[noreturn]] void LogicValidationFailed(std::string_view file, int line, char const* condition,
+                                        QelError error);
+[[noreturn]] void LogicValidationFailed(std::string_view file, int line, char const* condition,
+                                        QelError error, TStringCore const& details);
 // Throws with the "Source: " context but logs no report.
 [[noreturn]] void ThrowWithSource(std::string_view file, int line, QelError error,
                                   TStringCore const& details);
@@ -60,6 +68,14 @@ constexpr std::string_view SourcePath(std::string_view file) {
     do {                                                                                   \
         if (!(cond)) [[unlikely]]                                                          \
             QEL_DETAIL_VALIDATION_FAILED("(" #cond ")", error __VA_OPT__(, ) __VA_ARGS__); \
+    } while (false)
+
+#define QEL_VALIDATE_LOGIC(cond, error, ...)                                        \
+    do {                                                                            \
+        if (!(cond)) [[unlikely]]                                                   \
+            ::qel::core::detail::LogicValidationFailed(                             \
+                ::qel::core::detail::SourcePath(__FILE__), __LINE__, "(" #cond ")", \
+                error __VA_OPT__(, ::qel::core::TStringCore(__VA_ARGS__)));         \
     } while (false)
 
 #define QEL_VALIDATE_NOT(cond, error, ...)                                                  \

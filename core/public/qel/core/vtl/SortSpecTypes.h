@@ -1,0 +1,17 @@
+#pragma once
+
+// The order a producer declares for a column. It is metadata: nothing
+// verifies it, and a copy that may have lost the order says UNKNOWN.
+
+#include <cstdint>
+
+namespace qel::core {
+
+enum class SortSpecOrder : std::uint8_t {
+    UNKNOWN = 0,
+    ASC = 1,
+    DESC = 2,
+    UNORD = 3,
+};
+
+}  // namespace qel::core

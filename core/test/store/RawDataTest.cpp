@@ -1,0 +1,225 @@
+#include "qel/core/store/RawData.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "core/test/Refusal.h"
+#include "qel/core/store/StoreValue.h"
+#include "qel/core/utility/QelTuple.h"
+
+namespace qel::core {
+namespace {
+
+using test::Refusal;
+
+constexpr qelsize_t kMax32 = std::numeric_limits<qelsize_t>::max();
+std::string const kWindowInBuffer =
+    "index out of bounds | ((std::numeric_limits<qelsize_t>::max() - startIndex >= length) && "
+    "(m_data.GetSize() >= (startIndex + length)))";
+std::string const kElementInWindow =
+    "index out of bounds | (index < m_length && m_startIndex + index < m_data.GetSize())";
+std::string const kImmutable = "can't modify immutable value | ";
+
+// Received memory: a vector that records when it dies.
+template <class T>
+struct ReceivedBuffer : ISharedDataBuffer {
+    ReceivedBuffer(std::size_t size, bool& destroyed) : values(size), destroyed(destroyed) {}
+    ~ReceivedBuffer() override { destroyed = true; }
+    std::vector<T> values;
+    bool& destroyed;
+};
+
+template <class T>
+class RawDataTypedTest : public ::testing::Test {};
+using ElementTypes =
+    ::testing::Types<unsigned char, unsigned int, unsigned long long, RIndirectString, QelTuple,
+                     std::shared_ptr<StoreValue>, SpecialKind>;
+TYPED_TEST_SUITE(RawDataTypedTest, ElementTypes);
+
+TYPED_TEST(RawDataTypedTest, PackagesAndSlicesNeverCopyElements) {
+    using T = TypeParam;
+    std::vector<T> values(5);
+    T const* const first = values.data();
+    PackagedArrayView<T> whole(std::move(values));
+    EXPECT_TRUE(values.empty());
+    ASSERT_FALSE(whole.IsNull());
+    EXPECT_EQ(whole.GetSize(), 5u);
+    EXPECT_EQ(whole.GetView().GetData(), first);
+
+    PackagedArrayView<T> const slice = whole.GetSlice(1, 3);
+    EXPECT_EQ(slice.GetView().GetData(), first + 1);
+    EXPECT_EQ(slice.GetSize(), 3u);
+    EXPECT_EQ(slice.GetData(), whole.GetData());
+    EXPECT_EQ(whole.GetData().use_count(), 2);
+    // A slice is checked against the buffer, not against its parent window.
+    EXPECT_EQ(slice.GetSlice(2, 2).GetView().GetData(), first + 3);
+    EXPECT_EQ(Refusal([&] { slice.GetSlice(2, 3); }), kWindowInBuffer);
+
+    // A copy shares the buffer, never the window object.
+    PackagedArrayView<T> copy = slice;
+    EXPECT_NE(&copy.GetRawView(), &slice.GetRawView());
+    EXPECT_EQ(copy.GetView().GetData(), first + 1);
+    PackagedArrayView<T> moved = std::move(copy);
+    EXPECT_TRUE(copy.GetView().IsNull());
+
+    auto owned = std::make_unique<std::vector<T>>(2);
+    T const* const ownedFirst = owned->data();
+    EXPECT_EQ(PackagedArrayView<T>(std::move(owned)).GetView().GetData(), ownedFirst);
+}
+
+TYPED_TEST(RawDataTypedTest, BuffersKnowTheirElements) {
+    using T = TypeParam;
+    VectorRawData<T> data(std::vector<T>(3));
+    EXPECT_EQ(data.GetSize(), 3u);
+    EXPECT_EQ(data.GetTypeSize(), sizeof(T));
+    // The byte view counts elements, not bytes.
+    EXPECT_EQ(data.GetByteView().GetSize(), 3u);
+    EXPECT_EQ(std::as_const(data).GetByteView().GetData(),
+              reinterpret_cast<unsigned char const*>(data.GetView().GetData()));
+    EXPECT_EQ(ConstRawDataView(data).GetValue(2), data.GetView().GetData() + 2);
+
+    std::unique_ptr<TemporaryRawData> scratch = TemporaryRawData::Make<T>(4);
+    EXPECT_EQ(scratch->Get().GetSize(), 4u);
+    EXPECT_EQ(scratch->Get().GetTypeSize(), sizeof(T));
+}
+
+TYPED_TEST(RawDataTypedTest, UnmanagedDataKeepsItsBufferAliveAndReadOnly) {
+    using T = TypeParam;
+    bool destroyed = false;
+    auto buffer = std::make_shared<ReceivedBuffer<T>>(4, destroyed);
+    T const* const first = buffer->values.data();
+    auto data = std::make_shared<UnmanagedRawData<T>>(buffer, ArrayView<T const>(first + 1, 3));
+    EXPECT_EQ(buffer.use_count(), 2);
+    buffer.reset();
+    EXPECT_FALSE(destroyed);
+
+    EXPECT_EQ(Refusal([&] { data->GetView(); }), kImmutable);
+    EXPECT_EQ(Refusal([&] { data->GetByteView(); }), kImmutable);
+    EXPECT_EQ(Refusal([&] { RawDataView(*data).GetValue(0); }), kImmutable);
+    EXPECT_EQ(ConstRawDataView(*data).GetValue(2), first + 3);
+
+    PackagedArrayView<T> package{std::shared_ptr<RawData const>(data)};
+    EXPECT_EQ(package.GetView().GetData(), first + 1);
+    data.reset();
+    EXPECT_FALSE(destroyed);
+    package = PackagedArrayView<T>();
+    EXPECT_TRUE(destroyed);
+}
+
+TEST(RawDataTest, TypedViewsNeedOnlyTheElementSize) {
+    VectorRawData<unsigned int> data(std::vector<unsigned int>{1, 2, 3});
+    EXPECT_EQ(Refusal([&] { data.GetView<unsigned long long>(); }),
+              "illegal type cast | (sizeof(T) == m_typeSize)");
+    EXPECT_EQ(Refusal([&] { std::as_const(data).GetView<unsigned char>(); }),
+              "illegal type cast | (sizeof(T) == m_typeSize)");
+    ArrayView<float> const reals = data.GetView<float>();
+    EXPECT_EQ(static_cast<void const*>(reals.GetData()), data.GetView().GetData());
+    EXPECT_EQ(std::as_const(data).GetView<int>().GetAt(2), 3);
+
+    auto shared = std::make_shared<VectorRawData<unsigned int> const>(std::vector<unsigned>(2));
+    EXPECT_EQ(Refusal([&] { PackagedArrayView<unsigned long long>{shared}; }),
+              "illegal type cast | (sizeof(T) == m_typeSize)");
+}
+
+TEST(RawDataTest, NullPackageIsNotAnEmptyOne) {
+    for (PackagedArrayView<SpecialKind> const& null :
+         {PackagedArrayView<SpecialKind>(),
+          PackagedArrayView<SpecialKind>(std::shared_ptr<RawData const>()),
+          PackagedArrayView<SpecialKind>(std::unique_ptr<std::vector<SpecialKind>>())}) {
+        EXPECT_TRUE(null.IsNull());
+        EXPECT_TRUE(null.GetView().IsNull());
+        EXPECT_EQ(null.GetView().GetData(), nullptr);
+        EXPECT_EQ(Refusal([&] { null.GetRawView(); }), "illegal operation | !(IsNull())");
+        EXPECT_TRUE(null.GetSlice(0, 0).IsNull());
+        EXPECT_TRUE(null.GetSlice(kMax32, kMax32).IsNull());
+    }
+
+    PackagedArrayView<SpecialKind> const empty{std::vector<SpecialKind>()};
+    EXPECT_FALSE(empty.IsNull());
+    EXPECT_FALSE(empty.GetView().IsNull());
+    EXPECT_EQ(empty.GetRawView().GetSize(), 0u);
+
+    // No specials at all is still a buffer.
+    auto specials = std::make_shared<VectorRawData<SpecialKind> const>(0u, SpecialKind::Null);
+    EXPECT_FALSE(PackagedArrayView<SpecialKind>(specials).IsNull());
+    VectorRawData<SpecialKind> errors(3u, SpecialKind::Error);
+    for (SpecialKind kind : std::as_const(errors).GetView())
+        EXPECT_EQ(kind, SpecialKind::Error);
+}
+
+TEST(RawDataTest, WindowConstructorsCheckAsymmetrically) {
+    VectorRawData<unsigned int> data(std::vector<unsigned int>{10, 11, 12, 13});
+    unsigned int const* const first = data.GetView().GetData();
+    EXPECT_EQ(ConstRawDataView(data, 4, 0).GetSize(), 0u);
+    EXPECT_EQ(Refusal([&] { ConstRawDataView(data, 3, 2); }), kWindowInBuffer);
+    // A sum that wraps to 1 fits only the weaker check of the writable view.
+    EXPECT_EQ(Refusal([&] { ConstRawDataView(data, kMax32, 2); }), kWindowInBuffer);
+    RawDataView const wrapped(data, kMax32, 2);
+    EXPECT_EQ(Refusal([&] { RawDataView(data, 3, 2); }),
+              "index out of bounds | (m_data.GetSize() >= (startIndex + length))");
+    // Every element is still checked against the buffer itself.
+    EXPECT_EQ(Refusal([&] { wrapped.GetValue(0); }), kElementInWindow);
+    EXPECT_EQ(wrapped.GetValue(1), first);
+    EXPECT_EQ(ConstRawDataView(wrapped).GetStartIndex(), kMax32);
+
+    // The element must lie in the window as well as in the buffer.
+    ConstRawDataView const window(data, 1, 2);
+    EXPECT_EQ(window.GetValue(1), first + 2);
+    EXPECT_EQ(Refusal([&] { window.GetValue(2); }), kElementInWindow);
+    EXPECT_EQ(window.GetSlice(1, 2).GetValue(1), first + 3);
+    EXPECT_EQ(Refusal([&] { window.GetSlice(kMax32, 0); }),
+              "index out of bounds | (std::numeric_limits<qelsize_t>::max() - m_startIndex >= "
+              "index)");
+}
+
+TEST(RawDataTest, ScratchIsFilledThroughAWritableView) {
+    std::unique_ptr<TemporaryRawData> scratch = TemporaryRawData::Make<unsigned long long>(3);
+    RawDataView const view = scratch->Get();
+    for (qelsize_t i = 0; i < view.GetSize(); ++i)
+        EXPECT_EQ(*static_cast<unsigned long long*>(view.GetValue(i)), 0u);
+    *static_cast<unsigned long long*>(view.GetValue(2)) = 42;
+    RawData const& filled = *scratch;
+    EXPECT_EQ(filled.GetView<long long>()[2], 42);
+
+    TemporaryRawData taken = std::move(*scratch);
+    EXPECT_EQ(taken.Get().GetSize(), 3u);
+    EXPECT_EQ(Refusal([&] { scratch->Get(); }),
+              "cannot dereference null pointer | (m_data) != nullptr");
+    std::unique_ptr<TemporaryRawData> specials = TemporaryRawData::Make<SpecialKind>(2);
+    for (SpecialKind kind : specials->Get().GetView<SpecialKind>())
+        EXPECT_EQ(kind, SpecialKind::Normal);
+}
+
+TEST(RawDataTest, BuffersStayConsistentWhenMovedOrMisused) {
+    std::vector<unsigned char> bytes{1, 2, 3};
+    std::unique_ptr<VectorRawData<unsigned char>> made =
+        VectorRawData<unsigned char>::Make(std::move(bytes));
+    EXPECT_TRUE(bytes.empty());
+    VectorRawData<unsigned char> moved(std::move(*made));
+    EXPECT_EQ(moved.GetSize(), 3u);
+    EXPECT_EQ(made->GetSize(), 0u);
+    EXPECT_EQ(made->GetByteView().GetSize(), 0u);
+
+    // A window must be on the buffer it is packaged with.
+    auto one = std::make_shared<VectorRawData<unsigned char> const>(std::vector<unsigned char>(2));
+    auto other =
+        std::make_shared<VectorRawData<unsigned char> const>(std::vector<unsigned char>(2));
+    EXPECT_EQ(Refusal([&] { PackagedArrayView<unsigned char>(one, ConstRawDataView(*other)); }),
+              "illegal operation\nthe window is not on the packaged buffer | "
+              "(&window.GetData() == m_data.get())");
+    // A count past 32 bits is refused before anything is read.
+    bool destroyed = false;
+    auto owner = std::make_shared<ReceivedBuffer<unsigned char>>(1, destroyed);
+    EXPECT_EQ(Refusal([&] {
+                  UnmanagedRawData<unsigned char>(
+                      owner, ArrayView<unsigned char const>(owner->values.data(), 1ull << 32));
+              }),
+              "out of range | (count <= std::numeric_limits<qelsize_t>::max())");
+}
+
+}  // namespace
+}  // namespace qel::core
