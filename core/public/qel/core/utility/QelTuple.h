@@ -185,9 +185,10 @@ void QelTupleData::SetNthValueUnsafe(unsigned int index, typename TypeTraits<T>:
     }
 }
 
-#define QEL_DETAIL_TUPLE_VALUE_TYPES(X)                                                  \
-    X(bool)                                                                              \
-    X(int) X(long long) X(float) X(double) X(RIndirectString) X(QelDateTime) X(QelColor) \
+#define QEL_DETAIL_TUPLE_VALUE_TYPES(X)                                           \
+    X(bool)                                                                       \
+    X(int)                                                                        \
+    X(long long) X(float) X(double) X(RIndirectString) X(QelDateTime) X(QelColor) \
         X(std::shared_ptr<StoreValue>) X(unsigned char) X(unsigned int) X(unsigned long long)
 
 #define QEL_DETAIL_TUPLE_EXTERN(T)                                                                 \
