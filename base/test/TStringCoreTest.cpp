@@ -108,16 +108,14 @@ TEST(TStringCoreTest, DerivedStrings) {
     EXPECT_EQ(S(u" \t\u00A0x y\r\n").trimmed().view(), u"x y");
 }
 
-TEST(TStringCoreTest, NumberText) {
+TEST(TStringCoreTest, IntegerAndFloatingPointText) {
     EXPECT_EQ(S::number(static_cast<short>(SHRT_MIN)).view(), u"-32768");
     EXPECT_EQ(S::number(LLONG_MIN).view(), u"-9223372036854775808");
     EXPECT_EQ(S::number(ULLONG_MAX).view(), u"18446744073709551615");
     EXPECT_EQ(S::number(-5L, 2).view(), u"-101");
     EXPECT_EQ(S::number(7, 10, 3, u'0').view(), u"007");
     EXPECT_EQ(S::pointer(reinterpret_cast<void const*>(0xbeef)).view(), u"0xbeef");
-}
 
-TEST(TStringCoreTest, FloatingPointText) {
     EXPECT_EQ(S::number(1234567.0).view(), u"1.23457e+06");  // 'g' with 6 digits
     EXPECT_EQ(S::number(0.1, 'f', 3).view(), u"0.100");
     EXPECT_EQ(S::number(-2.5, 'e', 2).view(), u"-2.50e+00");

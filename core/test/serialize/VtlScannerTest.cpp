@@ -8,41 +8,32 @@
 
 #include "core/test/ThrownText.h"
 #include "qel/core/utility/QelException.h"
+#include "qel/core/vtl/VtlLiteralParser.h"
 
 namespace qel::core {
 namespace {
 
+using test::ThrownText;
+
 // The tokens of a text in a compact form: "Id(a) - Int(1) BlockStart ...".
 std::string Describe(VtlToken const& t) {
-    switch (t.GetType()) {
-        case VtlTokenType::Invalid:
-            return "Invalid";
-        case VtlTokenType::End:
-            return "End";
-        case VtlTokenType::BlockStart:
-            return "BlockStart";
-        case VtlTokenType::BlockEnd:
-            return "BlockEnd";
-        case VtlTokenType::Comment:
-            return "Comment(" + t.GetString().toStdString() + ")";
-        case VtlTokenType::Identifier:
-            return "Id(" + t.GetString().toStdString() + ")";
-        case VtlTokenType::QuotedString:
-            return "Str(" + t.GetString().toStdString() + ")";
-        case VtlTokenType::Bool:
-            return t.GetBool() ? "true" : "false";
-        case VtlTokenType::Int:
-            return "Int(" + std::to_string(t.GetInt()) + ")";
-        case VtlTokenType::Real: {
-            char buffer[40];
-            std::snprintf(buffer, sizeof(buffer), "Real(%g)", t.GetReal());
-            return buffer;
-        }
-        case VtlTokenType::Special:
-            return "Special(" + std::to_string(static_cast<int>(t.GetSpecial())) + ")";
-        default:
-            return t.GetString().toStdString();
-    }
+    using Ty = VtlTokenType;
+    Ty const type = t.GetType();
+    std::string const text = t.GetString().toStdString();
+    char real[40];
+    std::snprintf(real, sizeof(real), "Real(%g)", type == Ty::Real ? t.GetReal() : 0.0);
+    return type == Ty::Invalid        ? "Invalid"
+           : type == Ty::End          ? "End"
+           : type == Ty::BlockStart   ? "BlockStart"
+           : type == Ty::BlockEnd     ? "BlockEnd"
+           : type == Ty::Comment      ? "Comment(" + text + ")"
+           : type == Ty::Identifier   ? "Id(" + text + ")"
+           : type == Ty::QuotedString ? "Str(" + text + ")"
+           : type == Ty::Bool         ? (t.GetBool() ? "true" : "false")
+           : type == Ty::Int          ? "Int(" + std::to_string(t.GetInt()) + ")"
+           : type == Ty::Real         ? real
+           : type == Ty::Special      ? "Special(" + std::to_string(int(t.GetSpecial())) + ")"
+                                      : text;  // punctuation
 }
 
 std::string Tokens(std::u16string const& text) {
@@ -59,7 +50,7 @@ std::string Tokens(std::u16string const& text) {
     return out;
 }
 
-TEST(VtlScannerTest, PunctuationNamesAndNumbers) {
+TEST(VtlScannerTest, PunctuationNamesNumbersAndExactCaseSensitiveKeywords) {
     EXPECT_EQ(Tokens(u""), "End");
     EXPECT_EQ(Tokens(u" \t "), "End");
     EXPECT_EQ(Tokens(u"( ) * + , : < > { } / -"), "( ) * + , : < > { } / - End");
@@ -76,13 +67,9 @@ TEST(VtlScannerTest, PunctuationNamesAndNumbers) {
     EXPECT_EQ(Tokens(u"12e"), "Int(12) Id(e) End");
     EXPECT_EQ(Tokens(u"1.5e+"), "Real(1.5) Id(e) + End");
     EXPECT_EQ(Tokens(u"9223372036854775807"), "Int(9223372036854775807) End");
-    EXPECT_EQ(Tokens(u"9223372036854775808"), "Invalid");
-    EXPECT_EQ(Tokens(u"99999999999999999999"), "Invalid");
-    EXPECT_EQ(Tokens(u"."), "Invalid");
-    EXPECT_EQ(Tokens(u".a"), "Invalid");
-}
+    for (char16_t const* text : {u"9223372036854775808", u"99999999999999999999", u".", u".a"})
+        EXPECT_EQ(Tokens(text), "Invalid") << TStringCore(text);
 
-TEST(VtlScannerTest, KeywordsAreExactAndCaseSensitive) {
     EXPECT_EQ(Tokens(u"true false Null Missing All Wildcard"),
               "true false Special(1) Special(9) Special(2) Special(3) End");
     EXPECT_EQ(Tokens(u"Skipped NoAccess Ragged Error ManyValues"),
@@ -120,11 +107,8 @@ TEST(VtlScannerTest, IndentationAndComments) {
 
 TEST(VtlScannerTest, QuotedStrings) {
     EXPECT_EQ(Tokens(u"'it\\'s' 'a\\\\b' 'l\\nf' ''"), "Str(it's) Str(a\\b) Str(l\nf) Str() End");
-    EXPECT_EQ(Tokens(u"'abc"), "Invalid");
-    EXPECT_EQ(Tokens(u"'ab\ncd'"), "Invalid");
-    EXPECT_EQ(Tokens(u"'a\\qb'"), "Invalid");
-    EXPECT_EQ(Tokens(u"'a\\"), "Invalid");
-    EXPECT_EQ(Tokens(u"\"a\""), "Invalid");
+    for (char16_t const* text : {u"'abc", u"'ab\ncd'", u"'a\\qb'", u"'a\\", u"\"a\""})
+        EXPECT_EQ(Tokens(text), "Invalid") << TStringCore(text);
     // Surrogates pass through unchanged, but never as an escape.
     std::u16string pair = u"'\xD83D\xDE00'";
     VtlToken token;
@@ -152,6 +136,19 @@ TEST(VtlScannerTest, HostileUnitsAreInvalidAndSticky) {
     EXPECT_EQ(scanner.Next(), VtlToken::Invalid);
 }
 
+// "<what> @ <where>" of the runtime exception that `call` throws, where is the
+// context's source up to its line number.
+template <class Call>
+std::string RuntimeFault(Call&& call) {
+    try {
+        call();
+    } catch (QelRuntimeException const& e) {
+        std::string const context = e.GetContext().toStdString();
+        return std::string(e.what()) + " @ " + context.substr(0, context.rfind(':'));
+    }
+    return "(nothing thrown)";
+}
+
 TEST(VtlScannerTest, LookAheadPushBackAndChecks) {
     VtlScanner scanner{TStringCore(u"a, 'b' 7")};
     EXPECT_EQ(scanner.GetCurrentToken(), VtlToken::Start);
@@ -165,15 +162,9 @@ TEST(VtlScannerTest, LookAheadPushBackAndChecks) {
     EXPECT_EQ(scanner.Next().GetString(), TStringCore(u"a"));
     scanner.Next(VtlTokenType::Comma, TStringCore(u"comma expected"));
     EXPECT_EQ(scanner.NextString(TStringCore(u"name expected")), TStringCore(u"b"));
-    try {
-        scanner.Next(VtlTokenType::Colon, TStringCore(u"colon expected"));
-        FAIL() << "nothing thrown";
-    } catch (QelRuntimeException const& e) {
-        EXPECT_EQ(e.GetError(), QelError::UnexpectedToken);
-        EXPECT_EQ(std::string(e.what()), "unexpected token\ncolon expected");
-        EXPECT_EQ(e.GetContext().toStdString().rfind("Source: core/main/serialize/VtlScanner:", 0),
-                  0u);
-    }
+    EXPECT_EQ(
+        RuntimeFault([&] { scanner.Next(VtlTokenType::Colon, TStringCore(u"colon expected")); }),
+        "unexpected token\ncolon expected @ Source: core/main/serialize/VtlScanner");
     EXPECT_EQ(scanner.Next(), VtlToken::End);
     EXPECT_EQ(scanner.Next(), VtlToken::End);
 }
@@ -202,10 +193,10 @@ TEST(VtlScannerTest, SingleTokensAndQuoting) {
         VtlScanner::TryScanSingleToken(TStringCore(u" 12 "), VtlTokenType::Int, out, false));
     EXPECT_FALSE(
         VtlScanner::TryScanSingleToken(TStringCore(u"12"), VtlTokenType::Real, out, false));
-    EXPECT_EQ(test::ThrownText([] { VtlScanner::ScanSingleToken(TStringCore(u"1 2")); }),
+    EXPECT_EQ(ThrownText([] { VtlScanner::ScanSingleToken(TStringCore(u"1 2")); }),
               "unexpected token\n1 2");
     EXPECT_EQ(VtlScanner::ScanSingleString(TStringCore(u"'a b'")), TStringCore(u"a b"));
-    EXPECT_EQ(test::ThrownText([] { VtlScanner::ScanSingleString(TStringCore(u"12")); }),
+    EXPECT_EQ(ThrownText([] { VtlScanner::ScanSingleString(TStringCore(u"12")); }),
               "unexpected token\n12");
 
     EXPECT_EQ(VtlScanner::Quote(TStringCore()), TStringCore(u"''"));
@@ -216,6 +207,62 @@ TEST(VtlScannerTest, SingleTokensAndQuoting) {
         EXPECT_EQ(VtlScanner::ScanSingleString(VtlScanner::Quote(TStringCore(text))),
                   TStringCore(text));
     }
+}
+
+std::shared_ptr<StoreValue> Parse(Type const* type, char16_t const* text) {
+    return ParsePrimitive(type, TStringCore(text));
+}
+
+std::string Round(Type const* type, char16_t const* text) {
+    return FormatPrimitive(*Parse(type, text)).toStdString();
+}
+
+TEST(VtlLiteralParserTest, EveryPrimitiveTypeReadsItsLiteral) {
+    EXPECT_EQ(Parse(BoolType::Get(), u"true")->AsBool(), true);
+    EXPECT_EQ(Parse(IntType::Get32(), u"-12")->AsInt32(), -12);
+    EXPECT_EQ(Parse(IntType::Get64(), u"+9007199254740993")->AsInt64(), 9007199254740993LL);
+    EXPECT_EQ(Parse(RealType::Get64(), u"3")->AsReal64(), 3.0);
+    EXPECT_EQ(Parse(RealType::Get32(), u"-0.5")->AsReal32(), -0.5f);
+    EXPECT_EQ(Parse(StringType::Get(), u"'a b'")->AsString().GetValue(), TStringCore(u"a b"));
+    EXPECT_EQ(Round(StringType::Get(), u"name"), "name");
+    EXPECT_EQ(Round(DateType::Get(), u"'2020-03-04'"), "2020-03-04");
+    EXPECT_EQ(Round(DateTimeType::Get(), u"'2020-03-04T05:06:07.0005'"),
+              "2020-03-04T05:06:07.0005");
+    EXPECT_EQ(Round(ColorType::Get(), u"'ff010203'"), "ff010203");
+    // A literal has no decimal format: the type's precision is not applied.
+    EXPECT_EQ(Parse(RealType::Get64(10, 2), u"1.5")->GetType(), RealType::Get64());
+    // Formatted numbers and specials read back.
+    for (char16_t const* text : {u"0.10000000000000001", u"-inf", u"nan", u"Null", u"-2.5"}) {
+        EXPECT_EQ(Round(RealType::Get64(), text), TStringCore(text).toStdString());
+    }
+}
+
+TEST(VtlLiteralParserTest, SpecialsForEveryTypeAndStringCollation) {
+    auto null = Parse(IntType::Get32(), u"Null");
+    EXPECT_EQ(null->GetSpecialKind(), SpecialKind::Null);
+    EXPECT_EQ(null->GetType(), IntType::Get32());
+    ArrayType const* array = ArrayType::Get(IntType::Get32());
+    EXPECT_EQ(Parse(array, u"Missing")->GetType(), array);
+    EXPECT_EQ(Parse(array, u"Missing")->GetSpecialKind(), SpecialKind::Missing);
+    EXPECT_EQ(Parse(StringType::Get(), u"'x'")->GetType(), StringType::Get());
+}
+
+TEST(VtlLiteralParserTest, RefusedLiteralsAndTrailingText) {
+    EXPECT_EQ(ThrownText([] { Parse(IntType::Get32(), u"12 13"); }), "unexpected token\n12 13");
+    EXPECT_EQ(ThrownText([] { Parse(IntType::Get32(), u"1.5"); }), "cannot parse int32");
+    EXPECT_EQ(ThrownText([] { Parse(BoolType::Get(), u"yes"); }), "cannot parse bool");
+    EXPECT_EQ(ThrownText([] { Parse(RealType::Get32(), u"'1'"); }), "cannot parse real32");
+    EXPECT_EQ(ThrownText([] { Parse(StringType::Get(), u"12"); }), "cannot parse string");
+    EXPECT_EQ(ThrownText([] { Parse(DateType::Get(), u"2020-01-01"); }), "cannot parse date/time");
+    EXPECT_EQ(ThrownText([] { Parse(ColorType::Get(), u"ff"); }), "unexpected token");
+    EXPECT_EQ(ThrownText([] { Parse(ColorType::Get(), u"''"); }), "hex string cannot be empty");
+    EXPECT_EQ(ThrownText([] { Parse(ArrayType::Get(IntType::Get32()), u"1"); }),
+              "cannot make StoreValue for given key");
+    EXPECT_EQ(ThrownText([] { Parse(nullptr, u"1"); }), "null is not a valid argument");
+    EXPECT_EQ(ThrownText([] { Parse(IntType::Get32(), u"'unterminated"); }), "cannot parse int32");
+    // The trailing-text refusal names its source but is not a logged report.
+    EXPECT_EQ(RuntimeFault([] { Parse(IntType::Get32(), u"1 x"); }),
+              "unexpected token\n1 x @ Source: core/main/serialize/VtlLiteralParser");
 }
 
 }  // namespace

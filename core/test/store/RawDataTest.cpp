@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <memory>
 #include <utility>
@@ -9,6 +11,7 @@
 
 #include "core/test/Refusal.h"
 #include "qel/core/store/StoreValue.h"
+#include "qel/core/utility/ArrayView.h"
 #include "qel/core/utility/QelTuple.h"
 
 namespace qel::core {
@@ -111,25 +114,22 @@ TYPED_TEST(RawDataTypedTest, UnmanagedDataKeepsItsBufferAliveAndReadOnly) {
 }
 
 TEST(RawDataTest, TypedViewsNeedOnlyTheElementSize) {
+    std::string const cast = "illegal type cast | (sizeof(T) == m_typeSize)";
     VectorRawData<unsigned int> data(std::vector<unsigned int>{1, 2, 3});
-    EXPECT_EQ(Refusal([&] { data.GetView<unsigned long long>(); }),
-              "illegal type cast | (sizeof(T) == m_typeSize)");
-    EXPECT_EQ(Refusal([&] { std::as_const(data).GetView<unsigned char>(); }),
-              "illegal type cast | (sizeof(T) == m_typeSize)");
+    EXPECT_EQ(Refusal([&] { data.GetView<unsigned long long>(); }), cast);
+    EXPECT_EQ(Refusal([&] { std::as_const(data).GetView<unsigned char>(); }), cast);
     ArrayView<float> const reals = data.GetView<float>();
     EXPECT_EQ(static_cast<void const*>(reals.GetData()), data.GetView().GetData());
     EXPECT_EQ(std::as_const(data).GetView<int>().GetAt(2), 3);
 
     auto shared = std::make_shared<VectorRawData<unsigned int> const>(std::vector<unsigned>(2));
-    EXPECT_EQ(Refusal([&] { PackagedArrayView<unsigned long long>{shared}; }),
-              "illegal type cast | (sizeof(T) == m_typeSize)");
+    EXPECT_EQ(Refusal([&] { PackagedArrayView<unsigned long long>{shared}; }), cast);
 }
 
 TEST(RawDataTest, NullPackageIsNotAnEmptyOne) {
-    for (PackagedArrayView<SpecialKind> const& null :
-         {PackagedArrayView<SpecialKind>(),
-          PackagedArrayView<SpecialKind>(std::shared_ptr<RawData const>()),
-          PackagedArrayView<SpecialKind>(std::unique_ptr<std::vector<SpecialKind>>())}) {
+    using Specials = PackagedArrayView<SpecialKind>;
+    for (Specials const& null : {Specials(), Specials(std::shared_ptr<RawData const>()),
+                                 Specials(std::unique_ptr<std::vector<SpecialKind>>())}) {
         EXPECT_TRUE(null.IsNull());
         EXPECT_TRUE(null.GetView().IsNull());
         EXPECT_EQ(null.GetView().GetData(), nullptr);
@@ -138,14 +138,14 @@ TEST(RawDataTest, NullPackageIsNotAnEmptyOne) {
         EXPECT_TRUE(null.GetSlice(kMax32, kMax32).IsNull());
     }
 
-    PackagedArrayView<SpecialKind> const empty{std::vector<SpecialKind>()};
+    Specials const empty{std::vector<SpecialKind>()};
     EXPECT_FALSE(empty.IsNull());
     EXPECT_FALSE(empty.GetView().IsNull());
     EXPECT_EQ(empty.GetRawView().GetSize(), 0u);
 
     // No specials at all is still a buffer.
     auto specials = std::make_shared<VectorRawData<SpecialKind> const>(0u, SpecialKind::Null);
-    EXPECT_FALSE(PackagedArrayView<SpecialKind>(specials).IsNull());
+    EXPECT_FALSE(Specials(specials).IsNull());
     VectorRawData<SpecialKind> errors(3u, SpecialKind::Error);
     for (SpecialKind kind : std::as_const(errors).GetView())
         EXPECT_EQ(kind, SpecialKind::Error);
@@ -195,19 +195,18 @@ TEST(RawDataTest, ScratchIsFilledThroughAWritableView) {
 }
 
 TEST(RawDataTest, BuffersStayConsistentWhenMovedOrMisused) {
+    using Bytes = VectorRawData<unsigned char>;
     std::vector<unsigned char> bytes{1, 2, 3};
-    std::unique_ptr<VectorRawData<unsigned char>> made =
-        VectorRawData<unsigned char>::Make(std::move(bytes));
+    std::unique_ptr<Bytes> made = Bytes::Make(std::move(bytes));
     EXPECT_TRUE(bytes.empty());
-    VectorRawData<unsigned char> moved(std::move(*made));
+    Bytes moved(std::move(*made));
     EXPECT_EQ(moved.GetSize(), 3u);
     EXPECT_EQ(made->GetSize(), 0u);
     EXPECT_EQ(made->GetByteView().GetSize(), 0u);
 
     // A window must be on the buffer it is packaged with.
-    auto one = std::make_shared<VectorRawData<unsigned char> const>(std::vector<unsigned char>(2));
-    auto other =
-        std::make_shared<VectorRawData<unsigned char> const>(std::vector<unsigned char>(2));
+    auto one = std::make_shared<Bytes const>(std::vector<unsigned char>(2));
+    auto other = std::make_shared<Bytes const>(std::vector<unsigned char>(2));
     EXPECT_EQ(Refusal([&] { PackagedArrayView<unsigned char>(one, ConstRawDataView(*other)); }),
               "illegal operation\nthe window is not on the packaged buffer | "
               "(&window.GetData() == m_data.get())");
@@ -219,6 +218,83 @@ TEST(RawDataTest, BuffersStayConsistentWhenMovedOrMisused) {
                       owner, ArrayView<unsigned char const>(owner->values.data(), 1ull << 32));
               }),
               "out of range | (count <= std::numeric_limits<qelsize_t>::max())");
+}
+
+constexpr std::size_t kMax = std::numeric_limits<std::size_t>::max();
+std::string const kIndexFits =
+    "index out of bounds | ((std::numeric_limits<uint64_t>::max()) - index > (size_t)m_ptr)";
+std::string const kSizeFits =
+    "index out of bounds | ((std::numeric_limits<uint64_t>::max()) - m_size > (size_t)m_ptr)";
+std::string const kStartInside = "index out of bounds | (ptr <= ptrEnd)";
+std::string const kEndInside = "index out of bounds | (ptr + count <= ptrEnd)";
+
+TEST(ArrayViewTest, SliceIsAWindowOnTheSameElementsThatRangeForVisits) {
+    std::vector<unsigned int> data{10, 11, 12, 13, 14};
+    ArrayView<unsigned int> const view(data.data(), data.size());
+    ArrayView<unsigned int> const slice = view.GetSlice(1, 3);
+    EXPECT_EQ(slice.GetData(), data.data() + 1);
+    EXPECT_EQ(slice.GetSize(), 3u);
+    EXPECT_FALSE(slice.IsNull());
+
+    // The empty window at the end is a legal slice; one past it is not.
+    ArrayView<unsigned int> const end = view.GetSlice(5, 0);
+    EXPECT_EQ(end.GetData(), data.data() + 5);
+    EXPECT_TRUE(end.IsEmpty());
+    EXPECT_EQ(Refusal([&] { view.GetSlice(6, 0); }), kStartInside);
+    EXPECT_EQ(Refusal([&] { view.GetSlice(2, 4); }), kEndInside);
+
+    // Range-for visits the window, and writes through a writable one.
+    unsigned int sum = 0;
+    for (unsigned int value : slice)
+        sum += value;
+    EXPECT_EQ(sum, 11u + 12u + 13u);
+    for (unsigned int& value : view.GetSlice(0, 2))
+        value = 0;
+    EXPECT_EQ(data, (std::vector<unsigned int>{0, 0, 12, 13, 14}));
+}
+
+TEST(ArrayViewTest, HostileIndicesAndCountsFailWithoutWrapping) {
+    std::vector<unsigned char> data(8);
+    ArrayView<unsigned char> const view(data.data(), data.size());
+    // Each would pass if its sum were allowed to wrap or its index were
+    // read as a negative number.
+    EXPECT_EQ(Refusal([&] { view.GetSlice(1, kMax); }), kEndInside);
+    EXPECT_EQ(Refusal([&] { view.GetSlice(8, kMax); }), kEndInside);
+    EXPECT_EQ(Refusal([&] { view.GetSlice(std::size_t{1} << 63, 1); }), kStartInside);
+    // The first check adds the index to the address unscaled, so this one
+    // passes it and only the window check refuses.
+    std::size_t const address = reinterpret_cast<std::uintptr_t>(data.data());
+    EXPECT_EQ(Refusal([&] { view.GetSlice(kMax - address - 1, 0); }), kStartInside);
+    EXPECT_EQ(Refusal([&] { view.GetSlice(kMax - address, 0); }), kIndexFits);
+    EXPECT_EQ(Refusal([&] { view.GetSlice(kMax, 0); }), kIndexFits);
+    // A view whose own size would run past the address space.
+    ArrayView<unsigned char> const broken(data.data(), kMax);
+    EXPECT_EQ(Refusal([&] { broken.GetSlice(0, 0); }), kSizeFits);
+}
+
+TEST(ArrayViewTest, NullFlagTravelsWithSlices) {
+    ArrayView<unsigned int const> const null = ArrayView<unsigned int const>::Null();
+    EXPECT_TRUE(null.IsNull());
+    EXPECT_TRUE(null.GetSlice(0, 0).IsNull());
+    EXPECT_EQ(Refusal([&] { null.GetSlice(0, 1); }), kEndInside);
+    EXPECT_FALSE(ArrayView<int>().IsNull());
+
+    std::vector<long long> data{1, 2, 3};
+    ArrayView<long long const> const flagged(data.data(), 3, true);
+    EXPECT_TRUE(flagged.GetSlice(1, 1).IsNull());
+}
+
+TEST(ArrayViewTest, GetAtChecksAndOperatorDoesNot) {
+    std::vector<double> data{1.5, 2.5, 3.5};
+    ArrayView<double> view(data.data(), data.size());
+    view.GetAt(1) = 9.0;
+    EXPECT_EQ(data[1], 9.0);
+    EXPECT_EQ(&view.GetAt(2), &data[2]);
+    EXPECT_EQ(Refusal([&] { view.GetAt(3); }), "index out of bounds | (index < m_size)");
+    ArrayView<double const> const readOnly = view;  // writable converts to read-only
+    EXPECT_EQ(readOnly.GetAt(0), 1.5);
+    EXPECT_EQ(Refusal([&] { readOnly.GetAt(kMax); }), "index out of bounds | (index < m_size)");
+    EXPECT_EQ(&readOnly[1], &data[1]);
 }
 
 }  // namespace

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "core/test/ThrownText.h"
@@ -12,58 +15,34 @@
 namespace qel::core {
 namespace {
 
+using namespace factory;
 using test::ThrownText;
+using Indices = std::vector<qelsize_t>;
 
 // Three distinct sample elements of each storage type, and their element type.
 template <class T>
-struct Samples;
-template <>
-struct Samples<unsigned char> {
-    static Type const* ElementType() { return BoolType::Get(); }
-    static std::vector<unsigned char> Values() { return {1, 0, 2}; }
-};
-template <>
-struct Samples<unsigned int> {
-    static Type const* ElementType() { return IntType::Get32(); }
-    static std::vector<unsigned int> Values() { return {7, 8, 9}; }
-};
-template <>
-struct Samples<unsigned long long> {
-    static Type const* ElementType() { return DateTimeType::Get(); }
-    static std::vector<unsigned long long> Values() {
-        return {QelDateTime::DateTimeDefault, QelDateTime::DateTimeMinimum, 42};
+std::pair<Type const*, std::vector<T>> Samples() {
+    Type const* const i32 = IntType::Get32();
+    if constexpr (std::is_same_v<T, unsigned char>) {
+        return {BoolType::Get(), {1, 0, 2}};
+    } else if constexpr (std::is_same_v<T, unsigned int>) {
+        return {i32, {7, 8, 9}};
+    } else if constexpr (std::is_same_v<T, unsigned long long>) {
+        return {DateTimeType::Get(),
+                {QelDateTime::DateTimeDefault, QelDateTime::DateTimeMinimum, 42}};
+    } else if constexpr (std::is_same_v<T, RIndirectString>) {
+        return {StringType::Get(), {u"a", u"a long text beyond inline", u"c"}};
+    } else if constexpr (std::is_same_v<T, QelTuple>) {
+        TupleType const* const type = TupleType::Get({i32});
+        std::vector<QelTuple> tuples(3, QelTuple(type));
+        for (int i = 0; i < 3; ++i)
+            tuples[i].SetNthInt32(0, 7 + i);
+        return {type, tuples};
+    } else {
+        auto const one = [&](unsigned int i) { return MakeArray<unsigned int>(i32, {i}); };
+        return {ArrayType::Get(i32), {one(7), one(8), one(9)}};
     }
-};
-template <>
-struct Samples<RIndirectString> {
-    static Type const* ElementType() { return StringType::Get(); }
-    static std::vector<RIndirectString> Values() {
-        return {u"a", u"a long text beyond inline", u"c"};
-    }
-};
-template <>
-struct Samples<QelTuple> {
-    static Type const* ElementType() { return TupleType::Get({IntType::Get32()}); }
-    static std::vector<QelTuple> Values() {
-        std::vector<QelTuple> tuples;
-        for (int i : {7, 8, 9}) {
-            tuples.emplace_back(TupleType::Get({IntType::Get32()}));
-            tuples.back().SetNthInt32(0, i);
-        }
-        return tuples;
-    }
-};
-template <>
-struct Samples<std::shared_ptr<StoreValue>> {
-    static Type const* ElementType() { return ArrayType::Get(IntType::Get32()); }
-    static std::vector<std::shared_ptr<StoreValue>> Values() {
-        std::vector<std::shared_ptr<StoreValue>> arrays;
-        for (unsigned int i : {7u, 8u, 9u}) {
-            arrays.push_back(factory::MakeArray<unsigned int>(IntType::Get32(), {i}));
-        }
-        return arrays;
-    }
-};
+}
 
 template <class T>
 class ValueArrayTypedTest : public testing::Test {};
@@ -75,11 +54,9 @@ TYPED_TEST_SUITE(ValueArrayTypedTest, StorageTypes);
 // path, and every derived array shares the one value buffer.
 TYPED_TEST(ValueArrayTypedTest, IndicesMapLogicalToPhysicalOnEveryPath) {
     using T = TypeParam;
-    std::vector<T> const v = Samples<T>::Values();
-    auto value = factory::MakeArray<T>(
-        Samples<T>::ElementType(), std::make_unique<std::vector<T>>(v), nullptr,
-        std::make_unique<std::vector<qelsize_t>>(std::vector<qelsize_t>{2, 0, 0, 1}),
-        SortSpecOrder::ASC);
+    auto const [elementType, v] = Samples<T>();
+    auto value = MakeArray<T>(elementType, std::make_unique<std::vector<T>>(v), nullptr,
+                              std::make_unique<Indices>(Indices{2, 0, 0, 1}), SortSpecOrder::ASC);
     auto const& array = value->template AsTypedArray<T>();
     std::vector<T> const expected = {v[2], v[0], v[0], v[1]};
     ASSERT_EQ(array.GetCount(), 4u);
@@ -98,13 +75,13 @@ TYPED_TEST(ValueArrayTypedTest, IndicesMapLogicalToPhysicalOnEveryPath) {
 
     // Re-ordering, materialising and cloning never copy the shared buffer.
     T const* buffer = &array[3];  // physical slot 1
-    auto applied = array.CopyAndApplyIndices(std::vector<qelsize_t>{3, 0}, SortSpecOrder::DESC);
+    auto applied = array.CopyAndApplyIndices(Indices{3, 0}, SortSpecOrder::DESC);
     auto const& reordered = applied->template AsTypedArray<T>();
     EXPECT_EQ(reordered.At(0), v[1]);
     EXPECT_EQ(reordered.At(1), v[2]);
     EXPECT_EQ(&reordered.At(0), buffer);
     EXPECT_EQ(reordered.GetSortOrder(), SortSpecOrder::DESC);
-    auto replaced = array.CopyAndReplaceIndices(std::vector<qelsize_t>{1}, SortSpecOrder::UNKNOWN);
+    auto replaced = array.CopyAndReplaceIndices(Indices{1}, SortSpecOrder::UNKNOWN);
     EXPECT_EQ(replaced->template AsTypedArray<T>().At(0), v[1]);
     auto clone = value->Clone();
     EXPECT_EQ(&clone->template AsTypedArray<T>()[3], buffer);
@@ -123,7 +100,7 @@ TYPED_TEST(ValueArrayTypedTest, IndicesMapLogicalToPhysicalOnEveryPath) {
 }
 
 TEST(ValueArrayTest, SpecialsPlaceholdersAndBoxing) {
-    auto value = factory::MakeArray<unsigned int>(
+    auto value = MakeArray<unsigned int>(
         IntType::Get32(), {1, 0, 3}, {SpecialKind::Normal, SpecialKind::Null, SpecialKind::Normal});
     auto const& array = value->AsTypedArray<unsigned int>();
     EXPECT_TRUE(array.HasSpecialValues());
@@ -163,46 +140,31 @@ TEST(ValueArrayTest, SpecialsPlaceholdersAndBoxing) {
 }
 
 TEST(ValueArrayTest, ConstructionFailures) {
-    EXPECT_EQ(ThrownText([] {
-                  factory::MakeArray<unsigned int>(IntType::Get32(), {1, 2}, {SpecialKind::Null});
-              }),
-              "array values and special values must be same size");
-    EXPECT_EQ(ThrownText([] {
-                  factory::MakeArray<unsigned int>(IntType::Get32(), {1},
-                                                   std::vector<SpecialKind>{});
-              }),
-              "array values and special values must be same size");
-    EXPECT_EQ(ThrownText([] { factory::MakeArray<unsigned int>(IntType::Get64(), {1}); }),
-              "type doesn't match expected type");
-    EXPECT_EQ(ThrownText([] {
-                  factory::MakeArray<std::shared_ptr<StoreValue>>(ArrayType::Get(IntType::Get32()),
-                                                                  {nullptr}, {SpecialKind::Normal});
+    using U = unsigned int;
+    Type const* const i32 = IntType::Get32();
+    std::string const sameSize = "array values and special values must be same size";
+    std::string const mismatch = "type doesn't match expected type";
+    EXPECT_EQ(ThrownText([&] { MakeArray<U>(i32, {1, 2}, {SpecialKind::Null}); }), sameSize);
+    EXPECT_EQ(ThrownText([&] { MakeArray<U>(i32, {1}, std::vector<SpecialKind>{}); }), sameSize);
+    EXPECT_EQ(ThrownText([] { MakeArray<U>(IntType::Get64(), {1}); }), mismatch);
+    EXPECT_EQ(ThrownText([&] {
+                  MakeArray<std::shared_ptr<StoreValue>>(ArrayType::Get(i32), {nullptr},
+                                                         {SpecialKind::Normal});
               }),
               "arrays with nested collections do not support special values");
-    EXPECT_EQ(ThrownText([] {
-                  factory::MakeArray<unsigned int>(IntType::Get32(), nullptr, nullptr, nullptr);
-              }),
+    EXPECT_EQ(ThrownText([&] { MakeArray<U>(i32, nullptr, nullptr, nullptr); }),
               "array cannot be null");
     // Float and colour bits share the 32-bit storage.
-    EXPECT_NO_THROW(factory::MakeArray<unsigned int>(RealType::Get32(), {0x3f800000u}));
-    EXPECT_NO_THROW(factory::MakeArray<unsigned int>(ColorType::Get(), {0xff010203u}));
-    EXPECT_EQ(
-        ArrayAdapter<float>(factory::MakeArray<unsigned int>(RealType::Get32(), {0x3f800000u}))
-            .GetValues()
-            .begin()
-            .
-            operator*(),
-        1.0f);
-    EXPECT_EQ(ThrownText([] {
-                  ArrayAdapter<int>(factory::MakeArray<unsigned int>(ColorType::Get(), {1u}));
-              }),
-              "type doesn't match expected type");
-    EXPECT_EQ(ThrownText([] { factory::MakeInt32(1)->AsTypedArray<unsigned int>(); }),
+    auto const color = MakeArray<U>(ColorType::Get(), {0xff010203u});
+    EXPECT_EQ(ThrownText([&] { ArrayAdapter<int>{color}; }), mismatch);
+    auto const one = MakeArray<U>(RealType::Get32(), {0x3f800000u});
+    EXPECT_EQ(*ArrayAdapter<float>(one).GetValues().begin(), 1.0f);
+    EXPECT_EQ(ThrownText([] { MakeInt32(1)->AsTypedArray<U>(); }),
               "StoreValue is not an ITypedArray");
 }
 
 TEST(ValueArrayTest, RangesRunsAndRawViews) {
-    auto five = factory::MakeArray<unsigned int>(IntType::Get32(), {10, 11, 12, 13, 14});
+    auto five = MakeArray<unsigned int>(IntType::Get32(), {10, 11, 12, 13, 14});
     auto const& array = five->AsTypedArray<unsigned int>();
     auto Read = [](std::shared_ptr<StoreValue> const& v) {
         std::vector<unsigned int> out;
@@ -217,11 +179,11 @@ TEST(ValueArrayTest, RangesRunsAndRawViews) {
     EXPECT_EQ(Read(array.GetRange(10, 5, 2)), (std::vector<unsigned int>{10, 12, 14}));
     EXPECT_EQ(Read(array.GetRange(3, 9, 1)), (std::vector<unsigned int>{13, 14}));
 
-    auto runs = factory::MakeArray<unsigned int>(IntType::Get32(), {5, 5, 6});
+    auto runs = MakeArray<unsigned int>(IntType::Get32(), {5, 5, 6});
     EXPECT_EQ(runs->AsArray().FindLastEqualElement(0), 1u);
     EXPECT_EQ(runs->AsArray().FindLastEqualElement(2), 2u);
     EXPECT_EQ(ThrownText([&] { runs->AsArray().FindLastEqualElement(3); }), "index out of bounds");
-    auto specials = factory::MakeArray<unsigned int>(
+    auto specials = MakeArray<unsigned int>(
         IntType::Get32(), {1, 2, 1}, {SpecialKind::Null, SpecialKind::Null, SpecialKind::Normal});
     EXPECT_TRUE(specials->AsArray().ElementsAreEqual(0, 1)) << "placeholders don't matter";
     EXPECT_EQ(specials->AsArray().FindLastEqualElement(0), 0u) << "but they end a run";
@@ -232,15 +194,12 @@ TEST(ValueArrayTest, RangesRunsAndRawViews) {
     array.CopyMaterializedSpecialRange(ArrayView<SpecialKind>(out.data(), out.size()), 0, 2);
     EXPECT_EQ(out, std::vector<SpecialKind>(4, SpecialKind::Normal));
     std::vector<unsigned int> values(2);
-    EXPECT_EQ(ThrownText([&] {
-                  array.CopyMaterializedRange(ArrayView<unsigned int>(values.data(), 2), 4, 2);
-              }),
-              "index out of bounds");
+    ArrayView<unsigned int> const two(values.data(), 2);
+    EXPECT_EQ(ThrownText([&] { array.CopyMaterializedRange(two, 4, 2); }), "index out of bounds");
 
     // With indices the materialised view is gathered into the scratch buffer;
     // without, it is a window on the array's own storage.
-    auto reordered =
-        array.CopyAndApplyIndices(std::vector<qelsize_t>{4, 0}, SortSpecOrder::UNKNOWN);
+    auto reordered = array.CopyAndApplyIndices(Indices{4, 0}, SortSpecOrder::UNKNOWN);
     EXPECT_EQ(ThrownText([&] { reordered->AsTypedArray<unsigned int>().GetRawArray(); }),
               "expected an array without an indices vector specified (for sort order)");
     auto temp = TemporaryRawData::Make<unsigned int>(2);

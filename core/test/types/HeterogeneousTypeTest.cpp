@@ -9,6 +9,7 @@
 
 #include "core/test/Refusal.h"
 #include "core/test/ThrownText.h"
+#include "qel/core/types/PackedStructOffsets.h"
 #include "qel/core/utility/QelLog.h"
 
 namespace qel::core {
@@ -18,15 +19,11 @@ using test::Refusal;
 using test::ThrownText;
 using Member = NamedHeterogeneousType::Member;
 
-Member M(char16_t const* name, Type const* type) {
+auto const M = [](char16_t const* name, Type const* type) {
     return Member(RInternString(name), type);
-}
-Type const* Int() {
-    return IntType::Get32();
-}
-Type const* Str() {
-    return StringType::Get();
-}
+};
+auto const Int = [] { return IntType::Get32(); };
+auto const Str = [] { return StringType::Get(); };
 
 TEST(HeterogeneousTypeTest, MembersHashNameAndTypeAndRefuseNull) {
     Member const a = M(u"a", Int());
@@ -66,33 +63,30 @@ TEST(HeterogeneousTypeTest, RepeatedNameIsLoggedThenRefused) {
             logged.emplace_back(level, text.toStdString());
         },
         [](QelLogLevel) { return true; }));
+    std::string const repeated = "non-unique member name in heterogeneous collection: \na";
     std::string const what = ThrownText([] {
         KeyMapType::Get({M(u"b", Int()), M(u"a", Int()), M(u"a", Str())});
     });
     SetQelLogger(std::move(previous));
-    EXPECT_EQ(what, "non-unique member name in heterogeneous collection: \na");
+    EXPECT_EQ(what, repeated);
     ASSERT_EQ(logged.size(), 2u);
     EXPECT_EQ(logged[0], std::make_pair(QelLogLevel::Debug, std::string("Member a is duplicated")));
     EXPECT_EQ(logged[1].first, QelLogLevel::Error);
 
     // No condition: the refusal is unconditional.
     KeyMapType const* a = KeyMapType::Get({M(u"a", Int())});
-    EXPECT_EQ(Refusal([&] { a->With({M(u"a", Int())}); }),
-              "non-unique member name in heterogeneous collection: \na | ");
+    EXPECT_EQ(Refusal([&] { a->With({M(u"a", Int())}); }), repeated + " | ");
     TableType const* t = TableType::Get({M(u"a", ArrayType::Get(Int()))});
-    EXPECT_EQ(Refusal([&] { t->With({M(u"a", ArrayType::Get(Str()))}); }),
-              "non-unique member name in heterogeneous collection: \na | ");
+    EXPECT_EQ(Refusal([&] { t->With({M(u"a", ArrayType::Get(Str()))}); }), repeated + " | ");
 }
 
 TEST(HeterogeneousTypeTest, TableMembersMustAllBeArrays) {
     char const* const refused =
         "every value in a table should be an array | (member.GetType()->Is(StoreType::Array))";
+    Type const* const column = ArrayType::Get(Int());
     EXPECT_EQ(Refusal([] { TableType::Get({M(u"a", Int())}); }), refused);
-    EXPECT_EQ(Refusal([] {
-                  TableType::Get({M(u"a", ArrayType::Get(Int())), M(u"b", Int())});
-              }),
-              refused);
-    EXPECT_EQ(TableType::Get({M(u"a", ArrayType::Get(Int()))})->ToString(), u"T{a:A<i>}");
+    EXPECT_EQ(Refusal([&] { TableType::Get({M(u"a", column), M(u"b", Int())}); }), refused);
+    EXPECT_EQ(TableType::Get({M(u"a", column)})->ToString(), u"T{a:A<i>}");
 }
 
 TEST(HeterogeneousTypeTest, BaseTypesStripDecorationFromEveryMember) {
@@ -121,13 +115,50 @@ TEST(HeterogeneousTypeTest, TuplesKeepMemberOrderAndAdmitPrimitivesOnly) {
     EXPECT_NE(TupleType::Get({BoolType::Get(), Int()}), ib);
     EXPECT_EQ(ib->GetMembers(), (std::vector<Type const*>{Int(), BoolType::Get()}));
     EXPECT_EQ(TupleType::Get({})->ToString(), u"P{}");
-    EXPECT_EQ(ThrownText([] {
-                  TupleType::Get({Int(), ArrayType::Get(Int())});
-              }),
-              "unsupported primitive key type\nArray");
+    Type const* const array = ArrayType::Get(Int());
+    auto const withArray = [&] { TupleType::Get({Int(), array}); };
+    EXPECT_EQ(ThrownText(withArray), "unsupported primitive key type\nArray");
     EXPECT_EQ(ThrownText([] { TupleType::Get({TupleType::Get({})}); }),
               "unsupported primitive key type\nTuple");
     EXPECT_EQ(ThrownText([] { TupleType::Get({nullptr}); }), "unexpected null type");
+}
+
+// "<value offsets> / <special offsets> / <size>" of a tuple of these members.
+std::string LayoutOf(std::vector<Type const*> members) {
+    std::size_t const count = members.size();
+    PackedStructOffsets const* offsets = TupleType::Get(std::move(members))->GetOffsets();
+    std::string values, specials;
+    for (unsigned int i = 0; i < count; ++i) {
+        values += std::to_string(offsets->GetValueOffset(i)) + " ";
+        specials += std::to_string(offsets->GetSpecialOffset(i)) + " ";
+    }
+    return values + "/ " + specials + "/ " + std::to_string(offsets->GetSize());
+}
+
+TEST(PackedStructOffsetsTest, ValuesAlignToTheirSizeThenOneSpecialByteEach) {
+    Type const* b = BoolType::Get();
+    Type const* i = IntType::Get32();
+    EXPECT_EQ(LayoutOf({b, i, b}), "0 4 8 / 9 10 11 / 12");
+    // Strings take 32 bytes, external values 16, 64-bit values 8.
+    EXPECT_EQ(LayoutOf({b, StringType::Get(), ExternalType::Get(7), DateType::Get(), i}),
+              "0 32 64 80 88 / 92 93 94 95 96 / 97");
+    EXPECT_EQ(LayoutOf({}), "/ / 0");
+    TupleType const* tuple = TupleType::Get({b, i, b});
+    EXPECT_EQ(PackedStructOffsets::Get(tuple), tuple->GetOffsets());
+}
+
+TEST(PackedStructOffsetsTest, AnIndexWithoutMemberIsOutOfBounds) {
+    PackedStructOffsets const* offsets =
+        TupleType::Get({BoolType::Get(), IntType::Get32(), BoolType::Get()})->GetOffsets();
+    auto const value = [&](unsigned i) { return Refusal([&] { offsets->GetValueOffset(i); }); };
+    auto const special = [&](unsigned i) { return Refusal([&] { offsets->GetSpecialOffset(i); }); };
+    EXPECT_EQ(value(12), "index out of bounds | (index < m_size)");
+    EXPECT_EQ(special(12), "index out of bounds | (index < m_size)");
+    // Below the byte size, yet past the three members.
+    EXPECT_EQ(value(3), "index out of bounds | (index < m_valueOffsets.size())");
+    EXPECT_EQ(special(11), "index out of bounds | (index < m_specialOffsets.size())");
+    EXPECT_EQ(Refusal([] { PackedStructOffsets::Get(nullptr); }),
+              "unexpected null type | (type) != nullptr");
 }
 
 }  // namespace

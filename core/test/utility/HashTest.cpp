@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <tuple>
 
 namespace qel::core {
 namespace {
@@ -10,25 +11,20 @@ namespace {
 constexpr char kText[] = "The quick brown fox jumps over the lazy dog";
 constexpr unsigned int kStringSeed = 0xdeadbeef;
 
-TEST(HashTest, KnownValuesAroundBlockBoundaries) {
+TEST(HashTest, KnownValuesAroundBlockBoundariesEveryBitAndTheLengthCount) {
     // lookup2 reference values: stored data holds these hashes.
-    struct Case {
-        unsigned long length;
-        unsigned int seed0;
-        unsigned int seedStrings;
-    };
-    for (Case c : {Case{0, 0xbd49d10d, 0x1153f4be}, Case{1, 0x312c4181, 0x9da6124d},
-                   Case{11, 0x9335dea3, 0x79b35c2f}, Case{12, 0xe0695d67, 0x265a6e3b},
-                   Case{13, 0x0c6ac005, 0x217eec9e}, Case{24, 0xd5a21ff2, 0xa690e137},
-                   Case{25, 0x728393b1, 0xba232779}, Case{43, 0xfc1558de, 0xf0576fd6}}) {
-        EXPECT_EQ(Hash(kText, c.length, 0), c.seed0) << c.length;
-        EXPECT_EQ(Hash(kText, c.length, kStringSeed), c.seedStrings) << c.length;
+    // Each row: the length, then the hash with seed 0 and with the string seed.
+    std::tuple<unsigned long, unsigned int, unsigned int> const cases[] = {
+        {0, 0xbd49d10d, 0x1153f4be},  {1, 0x312c4181, 0x9da6124d},  {11, 0x9335dea3, 0x79b35c2f},
+        {12, 0xe0695d67, 0x265a6e3b}, {13, 0x0c6ac005, 0x217eec9e}, {24, 0xd5a21ff2, 0xa690e137},
+        {25, 0x728393b1, 0xba232779}, {43, 0xfc1558de, 0xf0576fd6}};
+    for (auto const& [length, seed0, seedStrings] : cases) {
+        EXPECT_EQ(Hash(kText, length, 0), seed0) << length;
+        EXPECT_EQ(Hash(kText, length, kStringSeed), seedStrings) << length;
     }
     // The length is taken to 32 bits.
     EXPECT_EQ(Hash(kText, (1ul << 32) + 3, 5), Hash(kText, 3, 5));
-}
 
-TEST(HashTest, EveryBitAndTheLengthCount) {
     unsigned char buffer[40];
     std::memcpy(buffer, kText, sizeof(buffer));
     unsigned int const base = Hash(buffer, sizeof(buffer), kStringSeed);

@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <bit>
 #include <limits>
+#include <optional>
+#include <string>
 
 #include "core/test/ThrownText.h"
 
@@ -12,23 +14,22 @@ namespace {
 
 using test::ThrownText;
 
-TStringCore T(char16_t const* text) {
-    return TStringCore(text);
+auto const T = [](char16_t const* text) { return TStringCore(text); };
+
+// What a Try function read from the text, or nothing when it refused it.
+template <class V>
+std::optional<V> Try(bool (*parse)(TStringCore const&, V&), char16_t const* text) {
+    V value{};
+    return parse(T(text), value) ? std::optional<V>(value) : std::nullopt;
 }
 
 TEST(ParserTest, IntegersTakeASignAndWrapToTheirWidth) {
-    int i = 0;
-    EXPECT_TRUE(TryParseInt32FromString(T(u"-12"), i));
-    EXPECT_EQ(i, -12);
-    EXPECT_TRUE(TryParseInt32FromString(T(u" + 7 "), i));
-    EXPECT_EQ(i, 7);
-    EXPECT_TRUE(TryParseInt32FromString(T(u"4294967297"), i));
-    EXPECT_EQ(i, 1) << "cut to 32 bits, no range check";
-    long long l = 0;
-    EXPECT_TRUE(TryParseInt64FromString(T(u"-9223372036854775807"), l));
-    EXPECT_EQ(l, -9223372036854775807LL);
+    EXPECT_EQ(Try(TryParseInt32FromString, u"-12"), -12);
+    EXPECT_EQ(Try(TryParseInt32FromString, u" + 7 "), 7);
+    EXPECT_EQ(Try(TryParseInt32FromString, u"4294967297"), 1) << "cut to 32 bits, no range check";
+    EXPECT_EQ(Try(TryParseInt64FromString, u"-9223372036854775807"), -9223372036854775807LL);
     for (char16_t const* bad : {u"", u"1.5", u"- -1", u"x", u"12 x", u"--1", u"1e3"}) {
-        EXPECT_FALSE(TryParseInt32FromString(T(bad), i)) << TStringCore(bad);
+        EXPECT_FALSE(Try(TryParseInt32FromString, bad)) << TStringCore(bad);
     }
     // The throwing forms read only the front of the text.
     EXPECT_EQ(ParseInt32FromString(T(u"12 x")), 12);
@@ -36,33 +37,30 @@ TEST(ParserTest, IntegersTakeASignAndWrapToTheirWidth) {
     EXPECT_EQ(ThrownText([] { ParseInt32FromString(T(u"x")); }), "cannot parse int32");
     EXPECT_EQ(ThrownText([] { ParseInt64FromString(T(u"")); }), "cannot parse int64");
 
-    unsigned int size = 0;
-    EXPECT_TRUE(TryParseSizeIntFromString(T(u"4294967296"), size));
-    EXPECT_EQ(size, 0u);
-    EXPECT_FALSE(TryParseSizeIntFromString(T(u"-1"), size));
+    EXPECT_EQ(Try(TryParseSizeIntFromString, u"4294967296"), 0u);
+    EXPECT_FALSE(Try(TryParseSizeIntFromString, u"-1"));
     EXPECT_EQ(ThrownText([] { ParseSizeIntFromString(T(u"+1")); }), "cannot parse int32");
+
+    // Try leaves the value token but not the sign.
+    VtlScanner scanner{T(u"- x")};
+    int i = 0;
+    EXPECT_FALSE(TryParseInt32(scanner, i));
+    EXPECT_EQ(scanner.GetCurrentToken().GetType(), VtlTokenType::Minus);
+    EXPECT_EQ(scanner.Next().GetString(), T(u"x"));
 }
 
 TEST(ParserTest, RealsBoolsAndStrings) {
-    double d = 0;
-    EXPECT_TRUE(TryParseReal64FromString(T(u"-2.5e1"), d));
-    EXPECT_EQ(d, -25.0);
-    EXPECT_TRUE(TryParseReal64FromString(T(u"3"), d));
-    EXPECT_EQ(d, 3.0);
-    EXPECT_TRUE(TryParseReal64FromString(T(u"-inf"), d));
-    EXPECT_EQ(d, -std::numeric_limits<double>::infinity());
-    float f = 0;
-    EXPECT_TRUE(TryParseReal32FromString(T(u"0.1"), f));
-    EXPECT_EQ(f, 0.1f);
-    EXPECT_FALSE(TryParseReal32FromString(T(u"1 2"), f));
+    EXPECT_EQ(Try(TryParseReal64FromString, u"-2.5e1"), -25.0);
+    EXPECT_EQ(Try(TryParseReal64FromString, u"3"), 3.0);
+    EXPECT_EQ(Try(TryParseReal64FromString, u"-inf"), -std::numeric_limits<double>::infinity());
+    EXPECT_EQ(Try(TryParseReal32FromString, u"0.1"), 0.1f);
+    EXPECT_FALSE(Try(TryParseReal32FromString, u"1 2"));
     EXPECT_EQ(ParseReal32FromString(T(u"1 2")), 1.0f);
     EXPECT_EQ(ThrownText([] { ParseReal64FromString(T(u"'1'")); }), "cannot parse real64");
     EXPECT_EQ(ThrownText([] { ParseReal32FromString(T(u"true")); }), "cannot parse real32");
 
-    bool b = false;
-    EXPECT_TRUE(TryParseBoolFromString(T(u"true"), b));
-    EXPECT_TRUE(b);
-    EXPECT_FALSE(TryParseBoolFromString(T(u"True"), b));
+    EXPECT_EQ(Try(TryParseBoolFromString, u"true"), true);
+    EXPECT_FALSE(Try(TryParseBoolFromString, u"True"));
     EXPECT_EQ(ThrownText([] { ParseBoolFromString(T(u"1")); }), "cannot parse bool");
 
     VtlScanner scanner{T(u"name 'quoted text' 12")};
@@ -71,27 +69,22 @@ TEST(ParserTest, RealsBoolsAndStrings) {
     EXPECT_EQ(ThrownText([&] { ParseString(scanner); }), "cannot parse string");
 }
 
-TEST(ParserTest, TryLeavesTheValueTokenButNotTheSign) {
-    VtlScanner scanner{T(u"- x")};
-    int i = 0;
-    EXPECT_FALSE(TryParseInt32(scanner, i));
-    EXPECT_EQ(scanner.GetCurrentToken().GetType(), VtlTokenType::Minus);
-    EXPECT_EQ(scanner.Next().GetString(), T(u"x"));
+// The number read from a hexadecimal text, or the text of the error.
+std::string Hex(char16_t const* text) {
+    int value = 0;
+    QelError error = QelError::NoError;
+    bool const ok = TryParseInt32FromHexString(T(text), value, error);
+    return ok ? std::to_string(value) : ErrorToString(error).toStdString();
 }
 
 TEST(ParserTest, HexadecimalColours) {
+    EXPECT_EQ(Hex(u"FFFFFFFF"), "-1");
+    EXPECT_EQ(Hex(u"'0a0B'"), std::to_string(0x0a0b));
+    EXPECT_EQ(Hex(u"123456789"), "hex string must be 8 or fewer characters");
+    EXPECT_EQ(Hex(u"''"), "hex string cannot be empty");
+    EXPECT_EQ(Hex(u"12g4"), "hex string contains invalid character");
     int value = 0;
     QelError error = QelError::NoError;
-    EXPECT_TRUE(TryParseInt32FromHexString(T(u"FFFFFFFF"), value, error));
-    EXPECT_EQ(value, -1);
-    EXPECT_TRUE(TryParseInt32FromHexString(T(u"'0a0B'"), value, error));
-    EXPECT_EQ(value, 0x0a0b);
-    EXPECT_FALSE(TryParseInt32FromHexString(T(u"123456789"), value, error));
-    EXPECT_EQ(error, QelError::HexStringMustBe8OrFewer);
-    EXPECT_FALSE(TryParseInt32FromHexString(T(u"''"), value, error));
-    EXPECT_EQ(error, QelError::HexStringCannotBeEmpty);
-    EXPECT_FALSE(TryParseInt32FromHexString(T(u"12g4"), value, error));
-    EXPECT_EQ(error, QelError::HexStringContainsInvalidCharacter);
     VtlScanner notQuoted{T(u"ff")};
     EXPECT_FALSE(TryParseInt32FromHex(notQuoted, value, error));
     EXPECT_EQ(error, QelError::UnexpectedToken);
@@ -106,40 +99,41 @@ TEST(ParserTest, HexadecimalColours) {
 }
 
 TEST(ParserTest, DatesAreReadByPosition) {
-    QelDateTime d;
-    EXPECT_TRUE(TryParseDateTimeFromString(T(u"2020-03-04"), d));
-    EXPECT_EQ(d, QelDateTime(2020, 3, 4, 0, 0, 0, 0));
-    EXPECT_TRUE(TryParseDateTimeFromString(T(u"'2020-03-04T05:06:07.0005'"), d));
-    EXPECT_EQ(d, QelDateTime(2020, 3, 4, 5, 6, 7, 5));
-    EXPECT_TRUE(TryParseDateTimeFromString(T(u"2020-03-04T05:06:07"), d));
-    EXPECT_EQ(d.GetQelDateTimeParts().GetSecond(), 7);
+    EXPECT_EQ(Try(TryParseDateTimeFromString, u"2020-03-04"), QelDateTime(2020, 3, 4, 0, 0, 0, 0));
+    EXPECT_EQ(Try(TryParseDateTimeFromString, u"'2020-03-04T05:06:07.0005'"),
+              QelDateTime(2020, 3, 4, 5, 6, 7, 5));
+    EXPECT_EQ(Try(TryParseDateTimeFromString, u"2020-03-04T05:06:07"),
+              QelDateTime(2020, 3, 4, 5, 6, 7, 0));
     for (char16_t const* bad :
          {u"2020-01-02T03:04:05.5", u"2020-01-02T03:04:05.12345", u"2020-01", u"2020-01-02T03:04",
           u"2020-x-02", u"2020-01-02 x", u"", u"-400-01-01"}) {
-        EXPECT_FALSE(TryParseDateTimeFromString(T(bad), d)) << TStringCore(bad);
+        EXPECT_FALSE(Try(TryParseDateTimeFromString, bad)) << TStringCore(bad);
     }
     // Well-formed but impossible: the date's own failure, even from Try.
-    EXPECT_EQ(ThrownText([&] { TryParseDateTimeFromString(T(u"2020-13-01"), d); }),
+    EXPECT_EQ(ThrownText([] { Try(TryParseDateTimeFromString, u"2020-13-01"); }),
               "month out of range\nMust be between 1 and 12");
-    EXPECT_EQ(ThrownText([&] { TryParseDateTimeFromString(T(u"2023-02-29"), d); }),
+    EXPECT_EQ(ThrownText([] { Try(TryParseDateTimeFromString, u"2023-02-29"); }),
               "invalid date/time");
     EXPECT_EQ(ThrownText([] { ParseDateTimeFromString(T(u"2020/01/02")); }),
               "cannot parse date/time");
 }
 
+// What ParseStorageType<V> throws for the text "1" of the type.
+template <class V>
+std::string Refused(Type const* type) {
+    return ThrownText([&] { ParseStorageType<V>(T(u"1"), type); });
+}
+
 TEST(ParserTest, StorageTypesHoldTheBitsTheTypeNames) {
+    using Boxed = std::shared_ptr<StoreValue>;
     EXPECT_EQ(ParseStorageType<unsigned char>(T(u"true"), BoolType::Get()), 1);
     EXPECT_EQ(ParseStorageType<unsigned int>(T(u"-1"), IntType::Get32()), 0xFFFFFFFFu);
     EXPECT_EQ(ParseStorageType<unsigned int>(T(u"80000001"), ColorType::Get()), 0x80000001u);
-    unsigned int floatBits = ParseStorageType<unsigned int>(T(u"1.5"), RealType::Get32());
-    float f;
-    std::memcpy(&f, &floatBits, sizeof(f));
-    EXPECT_EQ(f, 1.5f);
-    unsigned long long doubleBits =
+    unsigned int const floatBits = ParseStorageType<unsigned int>(T(u"1.5"), RealType::Get32());
+    EXPECT_EQ(std::bit_cast<float>(floatBits), 1.5f);
+    unsigned long long const doubleBits =
         ParseStorageType<unsigned long long>(T(u"-0.25"), RealType::Get64(10, 2));
-    double d;
-    std::memcpy(&d, &doubleBits, sizeof(d));
-    EXPECT_EQ(d, -0.25);
+    EXPECT_EQ(std::bit_cast<double>(doubleBits), -0.25);
     EXPECT_EQ(ParseStorageType<unsigned long long>(T(u"1900-01-01"), DateType::Get()),
               QelDateTime::DateTimeDefault);
     EXPECT_EQ(ParseStorageType<RIndirectString>(T(u"a b"), StringType::Get()).GetValue(),
@@ -148,21 +142,14 @@ TEST(ParserTest, StorageTypesHoldTheBitsTheTypeNames) {
     bool ok = true;
     EXPECT_EQ(TryParseStorageType<unsigned long long>(T(u"x"), IntType::Get64(), ok), 0u);
     EXPECT_FALSE(ok);
-    EXPECT_EQ(TryParseStorageType<std::shared_ptr<StoreValue>>(T(u"1"), IntType::Get32(), ok),
-              nullptr);
+    EXPECT_EQ(TryParseStorageType<Boxed>(T(u"1"), IntType::Get32(), ok), nullptr);
     EXPECT_FALSE(ok);
 
-    EXPECT_EQ(ThrownText([] { ParseStorageType<unsigned char>(T(u"1"), IntType::Get32()); }),
-              "expected bool but was ");
-    EXPECT_EQ(ThrownText([] { ParseStorageType<unsigned int>(T(u"1"), IntType::Get64()); }),
-              "type doesn't match expected type");
-    EXPECT_EQ(ThrownText([] { ParseStorageType<TStringCore>(T(u"1"), IntType::Get32()); }),
-              "expected string but was ");
-    EXPECT_EQ(ThrownText(
-                  [] { ParseStorageType<std::shared_ptr<StoreValue>>(T(u"1"), IntType::Get32()); }),
-              "not implemented");
-    EXPECT_EQ(ThrownText([] { ParseStorageType<unsigned int>(T(u"1"), nullptr); }),
-              "null is not a valid argument");
+    EXPECT_EQ(Refused<unsigned char>(IntType::Get32()), "expected bool but was ");
+    EXPECT_EQ(Refused<unsigned int>(IntType::Get64()), "type doesn't match expected type");
+    EXPECT_EQ(Refused<TStringCore>(IntType::Get32()), "expected string but was ");
+    EXPECT_EQ(Refused<Boxed>(IntType::Get32()), "not implemented");
+    EXPECT_EQ(Refused<unsigned int>(nullptr), "null is not a valid argument");
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "core/test/ThrownText.h"
@@ -12,13 +13,7 @@ namespace {
 
 using test::ThrownText;
 
-std::string Text(QelColor c) {
-    return c.ToString().toStdString();
-}
-
-std::string Refused(int r, int g, int b, int a) {
-    return ThrownText([&] { QelColor(r, g, b, a); });
-}
+auto const Text = [](QelColor c) { return c.ToString().toStdString(); };
 
 TEST(QelColorTest, PackingOrderAndText) {
     QelColor const opaque(1, 2, 3, 255);
@@ -43,16 +38,21 @@ TEST(QelColorTest, PackingOrderAndText) {
 }
 
 TEST(QelColorTest, ChannelsAreValidatedRedGreenBlueAlpha) {
-    std::string const range = "\nMust be between 0 and 255";
-    EXPECT_EQ(Refused(-1, 0, 0, 0), "invalid red value" + range);
-    EXPECT_EQ(Refused(256, 0, 0, 0), "invalid red value" + range);
-    EXPECT_EQ(Refused(0, 256, 0, 0), "invalid green value" + range);
-    EXPECT_EQ(Refused(0, 0, -1, 0), "invalid blue value" + range);
-    EXPECT_EQ(Refused(0, 0, 0, 256), "invalid alpha value" + range);
-    EXPECT_EQ(Refused(0, 0, 0, -1), "invalid alpha value" + range);
-    // The first bad channel in that order is the one reported.
-    EXPECT_EQ(Refused(0, 0, 300, 300), "invalid blue value" + range);
-    EXPECT_EQ(Refused(-1, -1, -1, -1), "invalid red value" + range);
+    // Each row: the channels, then the one reported: the first bad one in
+    // red, green, blue, alpha order.
+    std::tuple<int, int, int, int, std::string> const rows[] = {
+        {-1, 0, 0, 0, "red"},     {256, 0, 0, 0, "red"},   {0, 256, 0, 0, "green"},
+        {0, 0, -1, 0, "blue"},    {0, 0, 0, 256, "alpha"}, {0, 0, 0, -1, "alpha"},
+        {0, 0, 300, 300, "blue"}, {-1, -1, -1, -1, "red"}};
+    for (auto const& row : rows) {
+        // Plain copies: a lambda may not capture a structured binding.
+        int const r = std::get<0>(row), g = std::get<1>(row), b = std::get<2>(row),
+                  a = std::get<3>(row);
+        std::string const& channel = std::get<4>(row);
+        EXPECT_EQ(ThrownText([&] { QelColor(r, g, b, a); }),
+                  "invalid " + channel + " value\nMust be between 0 and 255")
+            << r << " " << g << " " << b << " " << a;
+    }
     EXPECT_EQ(Text(QelColor(255, 255, 255, 255)), "ffffffff");
 }
 

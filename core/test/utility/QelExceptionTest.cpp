@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
+#include <string>
 #include <type_traits>
 #include <utility>
 
@@ -50,6 +52,33 @@ TEST(QelExceptionTest, ContextGrowsByLinesAndSurvivesCopies) {
     EXPECT_EQ(moved.GetContext().view(), u"first\nsecond\nthird");
     e = moved;
     EXPECT_STREQ(e.what(), "invalid key\nk");
+}
+
+std::string Text(std::uint32_t code) {
+    return ErrorToString(static_cast<QelError>(code)).toStdString();
+}
+
+TEST(QelErrorTest, TextsAreExactDistinctAndIncludeTyposAndTrailingBlanks) {
+    EXPECT_EQ(Text(0), "no error");
+    EXPECT_EQ(Text(8), "divide by zero error ");
+    EXPECT_EQ(Text(39), "boxed special values not must be SpecialKind::Normal");
+    EXPECT_EQ(Text(62), "non-unique member name in heterogeneous collection: ");
+    EXPECT_EQ(Text(125), "deserializeValueFunctiond cannot be null");
+    EXPECT_EQ(Text(210), "binary protocol list segment count mistmatch");
+    EXPECT_EQ(Text(403), "execution graph edges should have distinct keys");
+    // Codes past the catalogue read as code 1.
+    for (std::uint32_t code : {1u, 404u, 4000000u, 0xFFFFFFFFu}) {
+        EXPECT_EQ(Text(code), "unspecified Vantrel Runtime error") << code;
+        EXPECT_STREQ(ErrorToCString(static_cast<QelError>(code)), Text(1).c_str()) << code;
+    }
+    // Every row has its own text: the code follows from the text.
+    std::set<std::string> seen;
+    for (std::uint32_t code = 0; code < kQelErrorCount; ++code) {
+        EXPECT_STREQ(ErrorToCString(static_cast<QelError>(code)), Text(code).c_str()) << code;
+        seen.insert(Text(code));
+    }
+    EXPECT_EQ(seen.size(), kQelErrorCount);
+    EXPECT_EQ(seen.count(""), 0u);
 }
 
 }  // namespace

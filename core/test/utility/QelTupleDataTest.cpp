@@ -24,17 +24,15 @@ TupleType const* Everything() {
                            RealType::Get32()});
 }
 
-TEST(QelTupleDataTest, EmptyTupleHasNoBytesHashesToZeroAndIsEqual) {
-    QelTuple const a, b;
+TEST(QelTupleDataTest, EmptyAndFreshTuplesReadDefaults) {
+    QelTuple const a, b;  // no members: no bytes, hash zero, equal
     EXPECT_EQ(a.GetType(), TupleType::Get({}));
     EXPECT_EQ(a.GetCount(), 0u);
     EXPECT_EQ(a.GetDataSize(), 0u);
     EXPECT_EQ(a.GetHashValue(), 0u);
     EXPECT_EQ(a.Compare(b), 0);
     EXPECT_TRUE(a == b);
-}
-
-TEST(QelTupleDataTest, FreshTupleReadsDefaultsOnceItsBufferIsMade) {
+    // A fresh tuple reads defaults once its buffer is made.
     QelTuple const t(Everything());
     EXPECT_FALSE(t.IsReference());
     EXPECT_EQ(t.GetNthInt32Unsafe(0), 0);
@@ -120,9 +118,7 @@ TEST(QelTupleDataTest, CopiesAreDeepAndReferencesShare) {
     EXPECT_EQ(held.use_count(), 2);
     moved = QelTuple(type);  // the old members are destroyed
     EXPECT_EQ(held.use_count(), 1);
-}
 
-TEST(QelTupleDataTest, ReferenceToATupleWithoutBufferFailsOnFirstRead) {
     QelTuple const fresh(TupleType::Get({IntType::Get32()}));
     QelTupleData const ref = fresh.ReferenceTo();
     EXPECT_EQ(Refusal([&] { ref.GetNthInt32(0); }),

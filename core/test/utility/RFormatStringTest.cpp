@@ -13,9 +13,7 @@ namespace {
 
 using S = TStringCore;
 
-std::string Text(RFormatString const& format) {
-    return format.result().toStdString();
-}
+auto const Text = [](RFormatString const& format) { return format.result().toStdString(); };
 
 // "<code>: <what>" of the format string fault that `call` throws.
 template <class Call>
@@ -30,9 +28,7 @@ std::string Fault(Call&& call) {
     return "(nothing thrown)";
 }
 
-std::string ScanFault(char16_t const* format) {
-    return Fault([&] { RFormatString{format}; });
-}
+auto const ScanFault = [](char16_t const* format) { return Fault([&] { RFormatString{format}; }); };
 
 TEST(RFormatStringTest, MarkersTakeTheirArgumentsInAnyOrder) {
     EXPECT_EQ(Text(RFormatString(u"%1 and %2").arg(S(u"a")).arg(S(u"b"))), "a and b");
@@ -60,7 +56,7 @@ TEST(RFormatStringTest, MarkersTakeTheirArgumentsInAnyOrder) {
     EXPECT_EQ(Text(RFormatString(u"%99 %1a").arg(many)), "last -a");
 }
 
-TEST(RFormatStringTest, EachMalformedMarkerHasItsOwnCode) {
+TEST(RFormatStringTest, EachMalformedMarkerHasItsOwnCodeAndOnlyAsciiDigitsCount) {
     EXPECT_EQ(ScanFault(u"%"), "16: format string ends with an incomplete marker");
     EXPECT_EQ(ScanFault(u"%x"), "13: invalid numberless marker in format string");
     // Only ASCII digits count: a full-width or Arabic-Indic digit is not a number.
@@ -70,6 +66,12 @@ TEST(RFormatStringTest, EachMalformedMarkerHasItsOwnCode) {
     EXPECT_EQ(ScanFault(u"%100"), "14: invalid marker number > 99 in format string");
     EXPECT_EQ(ScanFault(u"%1000000000000"), "14: invalid marker number > 99 in format string");
     EXPECT_EQ(ScanFault(u"%1%"), "16: format string ends with an incomplete marker");
+
+    EXPECT_TRUE(RFormatString::isDigit(u'9'));
+    EXPECT_FALSE(RFormatString::isDigit(u':'));
+    EXPECT_FALSE(RFormatString::isDigit(u'\uFF10'));  // full-width zero
+    EXPECT_FALSE(RFormatString::isDigit(static_cast<char16_t>(u'0' + 256)));
+    EXPECT_EQ(RFormatString::digitValue(u'7'), 7);
 }
 
 TEST(RFormatStringTest, TooFewArgumentsSayHowManyAreMissing) {
@@ -87,16 +89,14 @@ TEST(RFormatStringTest, TooFewArgumentsSayHowManyAreMissing) {
     EXPECT_EQ(RInternString(RFormatString(u"%1-%2").arg(u"a").arg(u"b")), RInternString(u"a-b"));
 }
 
-TEST(RFormatStringTest, FieldWidthPadsWithoutCutting) {
+TEST(RFormatStringTest, FieldWidthPadsWithoutCuttingAndFillGoesBeforeTheSign) {
     EXPECT_EQ(Text(RFormatString(u"[%1]").arg(S(u"ab"), 5, u'.')), "[...ab]");
     EXPECT_EQ(Text(RFormatString(u"[%1]").arg(S(u"ab"), -5, u'.')), "[ab...]");
     EXPECT_EQ(Text(RFormatString(u"[%1]").arg(S(u"abcdef"), 3)), "[abcdef]");
     EXPECT_EQ(Text(RFormatString(u"[%1]").arg(S(u"abcdef"), -3)), "[abcdef]");
     EXPECT_EQ(Text(RFormatString(u"[%1]").arg(u'x', 3)), "[  x]");
     EXPECT_EQ(Text(RFormatString(u"[%1]").arg(u'x', -3, u'_')), "[x__]");
-}
 
-TEST(RFormatStringTest, IntegerFillGoesBeforeTheSign) {
     EXPECT_EQ(Text(RFormatString(u"%1").arg(7, 4, 10, u'0')), "0007");
     EXPECT_EQ(Text(RFormatString(u"%1").arg(-7, 4, 10, u'0')), "00-7");
     EXPECT_EQ(Text(RFormatString(u"%1").arg(-7, -4, 10, u'0')), "-700");
@@ -104,20 +104,12 @@ TEST(RFormatStringTest, IntegerFillGoesBeforeTheSign) {
     EXPECT_EQ(Text(RFormatString(u"%1").arg(-5L, 0, 2)), "-101");
     // Every integer width keeps its full range.
     RFormatString all(u"%1 %2 %3 %4 %5 %6 %7 %8");
-    all.arg(static_cast<short>(SHRT_MIN))
-        .arg(static_cast<unsigned short>(USHRT_MAX))
-        .arg(INT_MIN)
-        .arg(UINT_MAX)
-        .arg(LONG_MIN)
-        .arg(ULONG_MAX)
-        .arg(LLONG_MIN)
-        .arg(ULLONG_MAX);
+    all.arg(short{SHRT_MIN}).arg(static_cast<unsigned short>(USHRT_MAX)).arg(INT_MIN);
+    all.arg(UINT_MAX).arg(LONG_MIN).arg(ULONG_MAX).arg(LLONG_MIN).arg(ULLONG_MAX);
     EXPECT_EQ(Text(all),
               "-32768 65535 -2147483648 4294967295 -9223372036854775808 18446744073709551615 "
               "-9223372036854775808 18446744073709551615");
-}
 
-TEST(RFormatStringTest, DoubleArguments) {
     EXPECT_EQ(Text(RFormatString(u"%1").arg(3.14159, 0, 'f', 2)), "3.14");
     EXPECT_EQ(Text(RFormatString(u"%1").arg(-3.14159, 7, 'f', 2, u'0')), "00-3.14");
     EXPECT_EQ(Text(RFormatString(u"%1").arg(2.5e-7, -9, 'e', 1, u'*', true)), "2.5E-07**");
@@ -142,14 +134,6 @@ TEST(RFormatStringTest, ReassigningTheTextKeepsTheArguments) {
     EXPECT_EQ(Text(copy), "c");
     format = copy;
     EXPECT_EQ(Text(format), "c");
-}
-
-TEST(RFormatStringTest, DigitClassification) {
-    EXPECT_TRUE(RFormatString::isDigit(u'9'));
-    EXPECT_FALSE(RFormatString::isDigit(u':'));
-    EXPECT_FALSE(RFormatString::isDigit(u'\uFF10'));  // full-width zero
-    EXPECT_FALSE(RFormatString::isDigit(static_cast<char16_t>(u'0' + 256)));
-    EXPECT_EQ(RFormatString::digitValue(u'7'), 7);
 }
 
 }  // namespace

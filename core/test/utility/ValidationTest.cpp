@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <regex>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -100,18 +102,53 @@ TEST_F(ValidationTest, PassingChecksNeitherLogNorBuildDetails) {
 }
 
 TEST_F(ValidationTest, ReportTextLayout) {
-    PerformQelDebugReport("f", 9, "c", QelError::IndexOutOfBounds, "d");
-    EXPECT_EQ(Report(),
-              "4|Validation failed at f:9 -- d (condition \"c\" failed) (index out of bounds)");
-    PerformQelDebugReport("f", 9, "c", QelError::IndexOutOfBounds, "");
-    EXPECT_EQ(Report(),
-              "4|Validation failed at f:9 -- index out of bounds (condition \"c\" failed)");
-    PerformQelDebugReport("f", 9, "", QelError::IndexOutOfBounds, "");
-    EXPECT_EQ(Report(), "4|Validation failed at f:9 -- index out of bounds");
+    auto const report = [&](char const* condition, char const* details) {
+        PerformQelDebugReport("f", 9, condition, QelError::IndexOutOfBounds, details);
+        return Report();
+    };
+    std::string const at = "4|Validation failed at f:9 -- ";
+    EXPECT_EQ(report("c", "d"), at + "d (condition \"c\" failed) (index out of bounds)");
+    EXPECT_EQ(report("c", ""), at + "index out of bounds (condition \"c\" failed)");
+    EXPECT_EQ(report("", ""), at + "index out of bounds");
     // Only the condition group carries a trailing blank; without it the
     // details run straight into the code's text.
-    PerformQelDebugReport("f", 9, "", QelError::IndexOutOfBounds, "d");
-    EXPECT_EQ(Report(), "4|Validation failed at f:9 -- d(index out of bounds)");
+    EXPECT_EQ(report("", "d"), at + "d(index out of bounds)");
+}
+
+// What a stream logger wrote, with the "<local time> -- " opening of each
+// line removed; a line that lacks it stays whole and fails the comparison.
+std::string Untimed(std::ostringstream const& out) {
+    static std::regex const kOpening(R"((^|\n)\d{4}-\d{2}-\d{2} \d{2}:\d{2}:\d{2} -- )");
+    return std::regex_replace(out.str(), kOpening, "$1");
+}
+
+TEST(QelLogTest, StreamAndGlobalLoggersRouteByLevelAndNullDropsAll) {
+    std::ostringstream out;
+    QelStreamLogger stream(QelLogLevel::Info, out);
+    stream.LogRString(QelLogLevel::Debug, TStringCore(u"dropped"));
+    stream.LogRString(QelLogLevel::Info, TStringCore(u"first"));
+    stream.LogRChar(QelLogLevel::Error, u"Z\u00FCrich \xD800");
+    EXPECT_EQ(Untimed(out), "first\nZ\xC3\xBCrich \xEF\xBF\xBD\n");
+    EXPECT_TRUE(stream.GetQelLogger()->AcceptsLogLevel(QelLogLevel::Info));
+    EXPECT_FALSE(stream.GetQelLogger()->AcceptsLogLevel(QelLogLevel::Trace));
+
+    out.str("");
+    std::shared_ptr<QelLogger> const previous = SetQelLogger(stream.GetQelLogger());
+    // The logger a process starts with wants nothing.
+    EXPECT_FALSE(previous->AcceptsLogLevel(QelLogLevel::Fatal));
+    EXPECT_EQ(GetQelLogger(), stream.GetQelLogger().get());
+    QelLog(QelLogLevel::Debug, u"below the level");
+    QelLog(QelLogLevel::Info, u"chars");
+    QelLog(QelLogLevel::Error, TStringCore(u"string"));
+    EXPECT_EQ(Untimed(out), "chars\nstring\n");
+
+    EXPECT_EQ(SetQelLogger(nullptr), stream.GetQelLogger());
+    ASSERT_NE(GetQelLogger(), nullptr);
+    EXPECT_FALSE(GetQelLogger()->AcceptsLogLevel(QelLogLevel::Error));
+    QelLog(QelLogLevel::Fatal, u"nowhere");
+    QelLog(QelLogLevel::Fatal, TStringCore(u"nowhere"));
+    EXPECT_EQ(Untimed(out), "chars\nstring\n");
+    SetQelLogger(previous);
 }
 
 }  // namespace

@@ -185,11 +185,12 @@ void QelTupleData::SetNthValueUnsafe(unsigned int index, typename TypeTraits<T>:
     }
 }
 
-#define QEL_DETAIL_TUPLE_VALUE_TYPES(X)                                           \
-    X(bool)                                                                       \
-    X(int)                                                                        \
-    X(long long) X(float) X(double) X(RIndirectString) X(QelDateTime) X(QelColor) \
-        X(std::shared_ptr<StoreValue>) X(unsigned char) X(unsigned int) X(unsigned long long)
+// clang-format off
+#define QEL_DETAIL_TUPLE_VALUE_TYPES(X)                                          \
+    X(bool) X(int) X(long long) X(float) X(double) X(RIndirectString)            \
+    X(QelDateTime) X(QelColor) X(std::shared_ptr<StoreValue>)                    \
+    X(unsigned char) X(unsigned int) X(unsigned long long)
+// clang-format on
 
 #define QEL_DETAIL_TUPLE_EXTERN(T)                                                                 \
     extern template TypeTraits<T>::ArgType QelTupleData::GetNthValue<T>(unsigned int) const;       \

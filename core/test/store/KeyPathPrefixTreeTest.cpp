@@ -1,0 +1,98 @@
+#include "qel/core/store/KeyPathPrefixTree.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <boost/unordered_set.hpp>
+#include <string>
+
+#include "qel/core/types/Type.h"
+
+namespace qel::core {
+namespace {
+
+KeyPath P(char16_t const* text) {
+    return KeyPath::ParseString(TStringCore(text));
+}
+
+// The searches answer in hash map order; tests compare sorted texts.
+std::string Sorted(std::vector<KeyPath> const& paths) {
+    std::vector<std::string> texts;
+    for (KeyPath const& path : paths)
+        texts.push_back(path.ToString().toStdString());
+    std::sort(texts.begin(), texts.end());
+    std::string out;
+    for (std::string const& text : texts)
+        out += (out.empty() ? "" : " ") + text;
+    return out;
+}
+
+TEST(KeyPathPrefixTreeTest, ConcreteNodesNeverTurnBack) {
+    auto tree = KeyPathPrefixTree::Make();
+    EXPECT_EQ(tree->PrettyPrint(0), u"Root Node:\n");
+    KeyPathPrefixTree* ab = tree->Add(P(u"a/b"), true);
+    EXPECT_TRUE(ab->IsConcrete());
+    EXPECT_FALSE(tree->Find(P(u"a"))->IsConcrete());
+    EXPECT_EQ(tree->PrettyPrint(1), u" Root Node:\n   Prefix Node: a\n     Concrete Node: b\n");
+    EXPECT_EQ(tree->Add(P(u"a"), true), tree->Find(P(u"a")));
+    EXPECT_TRUE(tree->Add(P(u"a"), false)->IsConcrete());
+    EXPECT_EQ(tree->Find(KeyPath()), tree.get());
+    EXPECT_EQ(tree->Find(P(u"a/x")), nullptr);
+    EXPECT_EQ(ab->GetKeyPath(), P(u"a/b"));
+    EXPECT_EQ(tree->GetKeyPath().GetCount(), 0u);
+    // Insert leaves an existing node's value; InsertOrAssign sets it.
+    EXPECT_EQ(tree->Insert(P(u"a/b"), false), std::make_pair(ab, false));
+    EXPECT_TRUE(ab->IsConcrete());
+    auto [cd, inserted] = tree->Insert(P(u"c/d"), false);
+    EXPECT_TRUE(inserted);
+    EXPECT_FALSE(cd->IsConcrete());
+    EXPECT_FALSE(tree->InsertOrAssign(P(u"a/b"), false)->IsConcrete());
+    EXPECT_TRUE(tree->InsertOrAssign(KeyPath(), true)->IsConcrete());
+    EXPECT_TRUE(ab->HasConcreteAncestor());
+}
+
+TEST(KeyPathPrefixTreeTest, SearchesAboveAndBelow) {
+    boost::unordered_set<KeyPath> paths{P(u"a"), P(u"a/b"), P(u"c/d"), P(u"a/b/c/e")};
+    auto tree = KeyPathPrefixTree::Make(paths);
+    EXPECT_EQ(Sorted(tree->GetEldersOfDescendants()), "a c/d");
+    EXPECT_EQ(Sorted(tree->GetConcreteDescendants()), "a a/b a/b/c/e c/d");
+    EXPECT_TRUE(tree->HasConcreteDescendant());
+    EXPECT_FALSE(tree->Find(P(u"c/d"))->HasConcreteDescendant());
+    EXPECT_EQ(Sorted(tree->GetDescendantsWithValue(false)), "a/b/c c");
+    KeyPathPrefixTree const* e = tree->Find(P(u"a/b/c/e"));
+    std::vector<KeyPath> ancestors = e->GetConcreteAncestors();
+    ASSERT_EQ(ancestors.size(), 2u);
+    EXPECT_EQ(ancestors[0], P(u"a/b"));  // nearest first
+    EXPECT_EQ(ancestors[1], P(u"a"));
+    EXPECT_FALSE(tree->Find(P(u"c"))->HasConcreteAncestor());
+    EXPECT_TRUE(tree->HasConcreteAncestor(P(u"c/d")));
+    EXPECT_TRUE(tree->HasConcreteAncestor(P(u"a/zzz")));  // "a" is met before the missing step
+    EXPECT_FALSE(tree->HasConcreteAncestor(P(u"c/x")));
+    EXPECT_FALSE(tree->HasConcreteAncestor(P(u"c")));
+    EXPECT_FALSE(tree->HasConcreteAncestor(KeyPath()));
+    // Ancestors from the top, the node itself, then what lies below.
+    std::vector<KeyPath> relations = tree->FindConcreteRelations(P(u"a/b"));
+    ASSERT_EQ(relations.size(), 3u);
+    EXPECT_EQ(relations[0], P(u"a"));
+    EXPECT_EQ(relations[1], P(u"a/b"));
+    EXPECT_EQ(relations[2], P(u"a/b/c/e"));
+    EXPECT_EQ(Sorted(tree->FindConcreteRelations(P(u"a/b/x"))), "a a/b");
+    EXPECT_TRUE(tree->FindConcreteRelations(P(u"x")).empty());
+    EXPECT_EQ(Sorted(tree->FindConcreteRelations(KeyPath())), "a a/b a/b/c/e c/d");
+}
+
+TEST(KeyPathPrefixTreeTest, ChildrenAreFoundByNameTheFirstTypeStays) {
+    auto tree = KeyPathPrefixTree::Make();
+    KeyPathPrefixTree* typed = tree->Add(P(u"a:i"), true);
+    EXPECT_EQ(tree->Add(P(u"a:s"), true), typed);
+    EXPECT_EQ(typed->GetKeyPath().GetLeafSegment().GetType(), IntType::Get32());
+    EXPECT_EQ(tree->Find(P(u"a:l")), typed);
+    // A chain far deeper than any call stack is built, searched and freed.
+    KeySegmentVector segments(200000, KeySegment(RInternString(u"n"), nullptr));
+    KeyPathPrefixTree* leaf = tree->Add(KeyPath(std::move(segments)), true);
+    EXPECT_EQ(leaf->GetKeyPath().GetCount(), 200000u);
+    EXPECT_EQ(tree->GetEldersOfDescendants().size(), 2u);
+}
+
+}  // namespace
+}  // namespace qel::core
