@@ -51,6 +51,7 @@ function(qel_generate_store_type_dispatcher)
 // shared pointer, as nested values do.
 
 #include <memory>
+#include <utility>
 
 #include \"qel/core/types/StoreType.h\"
 #include \"qel/core/types/TypeTraits.h\"
@@ -76,8 +77,24 @@ ${storageCases}        default:
 // Dispatch on two store types, as for the key and the element of a key set:
 // the outer call binds the first type, the inner one the second, and
 // f.template operator()<T, U>() runs.
-template <class F>
-struct TwoTypeHelper {
+namespace detail {
+
+struct ElementTypeDispatch {
+    template <class F>
+    static decltype(auto) Run(StoreType type, F&& f) {
+        return ForAnyType(type, std::forward<F>(f));
+    }
+};
+
+struct StorageTypeDispatch {
+    template <class F>
+    static decltype(auto) Run(StoreType type, F&& f) {
+        return ForAnyStorageType(type, std::forward<F>(f));
+    }
+};
+
+template <class F, class Dispatch>
+struct TwoTypeDispatch {
     F& f;
     StoreType second;
 
@@ -92,29 +109,16 @@ struct TwoTypeHelper {
 
     template <class T>
     decltype(auto) operator()() {
-        return ForAnyType(second, NestedHelper<T>{f});
+        return Dispatch::Run(second, NestedHelper<T>{f});
     }
 };
+
+}  // namespace detail
 
 template <class F>
-struct TwoStorageTypeHelper {
-    F& f;
-    StoreType second;
-
-    template <class T>
-    struct NestedHelper {
-        F& f;
-        template <class U>
-        decltype(auto) operator()() {
-            return f.template operator()<T, U>();
-        }
-    };
-
-    template <class T>
-    decltype(auto) operator()() {
-        return ForAnyStorageType(second, NestedHelper<T>{f});
-    }
-};
+using TwoTypeHelper = detail::TwoTypeDispatch<F, detail::ElementTypeDispatch>;
+template <class F>
+using TwoStorageTypeHelper = detail::TwoTypeDispatch<F, detail::StorageTypeDispatch>;
 
 template <class F>
 decltype(auto) ForAnyTwoTypes(StoreType first, StoreType second, F&& f) {

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "fuzz/FuzzText.h"
 #include "qel/core/QelCore.h"
 
 namespace {
@@ -107,13 +108,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         return true;
     }();
     (void)ready;
-    std::size_t units = size / 2;
-    if (units > 4096)
-        units = 4096;
-    TStringCore text(u'\0', static_cast<int>(units));
-    for (std::size_t i = 0; i < units; ++i) {
-        text[static_cast<int>(i)] = static_cast<char16_t>(data[2 * i] | (data[2 * i + 1] << 8));
-    }
+    TStringCore const text = qel::fuzz::TextFromBytes(data, size);
     ReadPath(text);
     ReadType(text);
     ReadList(text);
