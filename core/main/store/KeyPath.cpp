@@ -42,17 +42,21 @@ KeyPath::KeyPath() : KeyPath(Empty()) {}
 
 KeyPath::KeyPath(RInternString const& segment) : KeyPath(KeySegment(segment, nullptr)) {}
 
+// These two fill the vector where it will live: moving a small vector that
+// the optimiser can see into draws a false out-of-bounds warning from g++.
 KeyPath::KeyPath(KeySegment const& segment) : m_hash(0) {
-    KeySegmentVector segments;
-    segments.push_back(segment);
-    m_segments = std::make_shared<KeySegmentVector const>(std::move(segments));
+    auto segments = std::make_shared<KeySegmentVector>();
+    segments->push_back(segment);
+    m_segments = std::move(segments);
 }
 
 KeyPath::KeyPath(std::initializer_list<RInternString> names) : m_hash(0) {
-    KeySegmentVector segments = Reserved(names.size());
+    auto segments = std::make_shared<KeySegmentVector>();
+    if (names.size() > segments->capacity())
+        segments->reserve(names.size());
     for (RInternString const& name : names)
-        segments.emplace_back(name, nullptr);
-    m_segments = std::make_shared<KeySegmentVector const>(std::move(segments));
+        segments->emplace_back(name, nullptr);
+    m_segments = std::move(segments);
 }
 
 KeyPath::KeyPath(KeySegmentVector&& segments)

@@ -2,6 +2,7 @@
 
 // The whole public surface of libqelcore in one include.
 
+#include "qel/core/serialize/OperatorTypeSerializeUtils.h"
 #include "qel/core/store/ArrayAdapter.h"
 #include "qel/core/store/ArrayFactory.h"
 #include "qel/core/store/ArrayIterators.h"
@@ -42,9 +43,16 @@
 #include "qel/core/utility/StringHash.h"
 #include "qel/core/utility/TextUtil.h"
 #include "qel/core/utility/Validation.h"
+#include "qel/core/vtl/FunctionSpec.h"
+#include "qel/core/vtl/ITypeLookup.h"
 #include "qel/core/vtl/KeyPathParser.h"
 #include "qel/core/vtl/KeyPathSerializer.h"
+#include "qel/core/vtl/KeyPathTypeLookup.h"
+#include "qel/core/vtl/OperatorType.h"
 #include "qel/core/vtl/SortSpecTypes.h"
+#include "qel/core/vtl/TransformSpec.h"
+#include "qel/core/vtl/ValueSpec.h"
+#include "qel/core/vtl/Visitors.h"
 #include "qel/core/vtl/VtlLiteralParser.h"
 #include "qel/core/vtl/VtlScanner.h"
 #include "qel/core/vtl/VtlToken.h"

@@ -9,11 +9,14 @@
 //   QEL_VALIDATE_NOT(cond, code[, details])      must not hold; "!(cond)"
 //   QEL_VALIDATE_NOT_NULL(ptr, code[, details])  "(ptr) != nullptr"
 //   QEL_VALIDATE_NE(a, b, code[, details])       "(a) != (b)"
+//   QEL_VALIDATE_LE(a, b, code[, details])       "(a) <= (b)"
 //   QEL_VALIDATE_RANGE(v, lo, hi, code[, details])  "(v) >= (lo) && (v) <= (hi)"
 //   QEL_VALIDATION_FAILED(code[, details])       no condition
 //   QEL_VALIDATE_LOGIC(cond, code[, details])    as QEL_VALIDATE, but throws
 //                                                QelLogicException: for states
 //                                                that correct callers never reach
+//   QEL_VALIDATE_LOGIC_NOT_NULL(ptr, code[, details])  "(ptr) != nullptr", as
+//                                                a QelLogicException
 //
 // Details are anything a TStringCore can be built from. They are evaluated
 // only when the check fails, so building them may be costly.
@@ -96,6 +99,21 @@ constexpr std::string_view SourcePath(std::string_view file) {
         if ((a) == (b)) [[unlikely]]                                        \
             QEL_DETAIL_VALIDATION_FAILED("(" #a ") != (" #b ")",            \
                                          error __VA_OPT__(, ) __VA_ARGS__); \
+    } while (false)
+
+#define QEL_VALIDATE_LE(a, b, error, ...)                                   \
+    do {                                                                    \
+        if (!((a) <= (b))) [[unlikely]]                                     \
+            QEL_DETAIL_VALIDATION_FAILED("(" #a ") <= (" #b ")",            \
+                                         error __VA_OPT__(, ) __VA_ARGS__); \
+    } while (false)
+
+#define QEL_VALIDATE_LOGIC_NOT_NULL(ptr, error, ...)                                          \
+    do {                                                                                      \
+        if ((ptr) == nullptr) [[unlikely]]                                                    \
+            ::qel::core::detail::LogicValidationFailed(                                       \
+                ::qel::core::detail::SourcePath(__FILE__), __LINE__, "(" #ptr ") != nullptr", \
+                error __VA_OPT__(, ::qel::core::TStringCore(__VA_ARGS__)));                   \
     } while (false)
 
 // Throws QelRuntimeException(error, details, "Source: <file>:<line>") with no

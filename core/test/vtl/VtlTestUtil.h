@@ -1,0 +1,69 @@
+#pragma once
+
+// Texts of keys, functions and refusals, so that each expectation of the
+// transform tests is one readable line.
+
+#include <string>
+#include <vector>
+
+#include "core/test/Refusal.h"
+#include "qel/core/store/StoreValue.h"
+#include "qel/core/vtl/FunctionSpec.h"
+#include "qel/core/vtl/KeyPathSerializer.h"
+
+namespace qel::core::test {
+
+inline KeyPath P(char16_t const* text) {
+    return KeyPath::ParseString(TStringCore(text));
+}
+
+// The paths with their types, blank-separated; an empty path is "<empty>".
+inline std::string Keys(std::vector<KeyPath> const& paths) {
+    // Appended piece by piece: g++ 12 at -O3 misreads `"x" + string`.
+    std::string text;
+    for (auto const& path : paths) {
+        if (!text.empty())
+            text += ' ';
+        text += path.IsEmpty() ? std::string("<empty>")
+                               : KeyPathSerializer::FromKeyPath(path, true, nullptr).toStdString();
+    }
+    return text;
+}
+
+// "f(k:a v:1)": the name, then each argument, a key or a value's text; "-"
+// for no function.
+inline std::string Call(FunctionSpec const* function) {
+    if (function == nullptr)
+        return "-";
+    std::string text = function->GetFunctionId().GetValue().toStdString() + "(";
+    for (auto const& input : function->GetFunctionInputs()) {
+        if (text.back() != '(')
+            text += ' ';
+        text += input.IsKey() ? "k:" : "v:";
+        text += input.IsKey() ? Keys({input.GetKeyPath()})
+                              : FormatPrimitive(*input.GetValue()).toStdString();
+    }
+    text += ')';
+    return text;
+}
+
+// "<what()> | <condition> @ <source without line>", with "logic: " in front
+// of a QelLogicException.
+template <class F>
+std::string Refused(F&& call) {
+    std::string source;
+    bool logic = false;
+    auto refusal = Refusal([&] {
+        try {
+            call();
+        } catch (QelException const& e) {
+            source = e.GetContext().toStdString();
+            source.resize(source.rfind(':'));
+            logic = dynamic_cast<QelLogicException const*>(&e) != nullptr;
+            throw;
+        }
+    });
+    return (logic ? "logic: " : "") + refusal + " @ " + source;
+}
+
+}  // namespace qel::core::test
