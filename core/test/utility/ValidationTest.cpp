@@ -78,6 +78,10 @@ TEST_F(ValidationTest, EachCheckReportsItsConditionThenThrowsWithItsSource) {
     r = Fails(__LINE__, [&] { QEL_VALIDATE_NE(kind, 2, QelError::DivideByZeroError, u"k"); });
     EXPECT_EQ(r.second, "k (condition \"(kind) != (2)\" failed) (divide by zero error )");
 
+    std::vector<int> const none;
+    r = Fails(__LINE__, [&] { QEL_VALIDATE_NOT_EMPTY(none, QelError::InvalidKey); });
+    EXPECT_EQ(r.second, "invalid key (condition \"!(none).empty()\" failed)");
+
     r = Fails(__LINE__, [] { QEL_VALIDATION_FAILED(QelError::InvalidKey); });
     EXPECT_EQ(r.second, "invalid key");
     r = Fails(__LINE__, [] { QEL_VALIDATION_FAILED(QelError::InvalidKey, u"Z\u00FCrich"); });

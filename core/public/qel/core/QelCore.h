@@ -54,5 +54,6 @@
 #include "qel/core/vtl/ValueSpec.h"
 #include "qel/core/vtl/Visitors.h"
 #include "qel/core/vtl/VtlLiteralParser.h"
+#include "qel/core/vtl/VtlParser.h"
 #include "qel/core/vtl/VtlScanner.h"
 #include "qel/core/vtl/VtlToken.h"

@@ -8,6 +8,7 @@
 //   QEL_VALIDATE(cond, code[, details])          condition text "(cond)"
 //   QEL_VALIDATE_NOT(cond, code[, details])      must not hold; "!(cond)"
 //   QEL_VALIDATE_NOT_NULL(ptr, code[, details])  "(ptr) != nullptr"
+//   QEL_VALIDATE_NOT_EMPTY(c, code[, details])   "!(c).empty()"
 //   QEL_VALIDATE_NE(a, b, code[, details])       "(a) != (b)"
 //   QEL_VALIDATE_LE(a, b, code[, details])       "(a) <= (b)"
 //   QEL_VALIDATE_RANGE(v, lo, hi, code[, details])  "(v) >= (lo) && (v) <= (hi)"
@@ -91,6 +92,13 @@ constexpr std::string_view SourcePath(std::string_view file) {
     do {                                                                    \
         if ((ptr) == nullptr) [[unlikely]]                                  \
             QEL_DETAIL_VALIDATION_FAILED("(" #ptr ") != nullptr",           \
+                                         error __VA_OPT__(, ) __VA_ARGS__); \
+    } while (false)
+
+#define QEL_VALIDATE_NOT_EMPTY(container, error, ...)                       \
+    do {                                                                    \
+        if ((container).empty()) [[unlikely]]                               \
+            QEL_DETAIL_VALIDATION_FAILED("!(" #container ").empty()",       \
                                          error __VA_OPT__(, ) __VA_ARGS__); \
     } while (false)
 

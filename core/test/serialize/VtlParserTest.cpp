@@ -1,0 +1,352 @@
+#include "qel/core/vtl/VtlParser.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "qel/core/serialize/OperatorTypeSerializeUtils.h"
+#include "qel/core/store/StoreValue.h"
+#include "qel/core/utility/QelException.h"
+#include "qel/core/utility/QelLog.h"
+#include "qel/core/vtl/KeyPathSerializer.h"
+
+namespace qel::core {
+namespace {
+
+using Texts = std::vector<std::string>;
+
+TStringCore U(std::string const& utf8) {
+    return TStringCore::fromUtf8(utf8.c_str(), static_cast<int>(utf8.size()));
+}
+
+void AddValue(std::string& text, std::shared_ptr<StoreValue> const& value) {
+    text += StoreTypeToString(value->GetStoreType()).toStdString();
+    text += ' ';
+    text += FormatPrimitive(*value).toStdString();
+}
+
+void AddPaths(std::string& text, std::vector<KeyPath> const& paths) {
+    text += '[';
+    for (std::size_t i = 0; i < paths.size(); ++i) {
+        if (i > 0)
+            text += ' ';
+        text += KeyPathSerializer::FromKeyPath(paths[i], true, nullptr).toStdString();
+    }
+    text += ']';
+}
+
+// One transform on one line, so that a test states the whole tree:
+//   op "comment" [inputs] =value fn(key k, lit v) -> [outputs] { child; ... }
+std::string Describe(TransformSpec const& spec) {
+    std::string text = OperatorTypeToString(spec.GetOperatorType()).toStdString();
+    if (!spec.GetComment().isEmpty()) {
+        text += " \"";
+        text += spec.GetComment().toStdString();
+        text += '"';
+    }
+    text += ' ';
+    AddPaths(text, spec.GetInputs());
+    if (spec.GetValue()) {
+        text += " =";
+        AddValue(text, spec.GetValue());
+    }
+    if (auto const& function = spec.GetFunctionSpec()) {
+        text += ' ';
+        text += function->GetFunctionId().GetValue().toStdString();
+        char const* separator = "(";
+        for (ValueSpec const& argument : function->GetFunctionInputs()) {
+            text += separator;
+            separator = ", ";
+            if (argument.IsKey()) {
+                text += "key ";
+                text += KeyPathSerializer::FromKeyPath(argument.GetKeyPath(), true, nullptr)
+                            .toStdString();
+            } else {
+                text += "lit ";
+                AddValue(text, argument.GetValue());
+            }
+        }
+        text += function->GetFunctionInputs().empty() ? "()" : ")";
+    }
+    text += " -> ";
+    AddPaths(text, spec.GetOutputs());
+    char const* separator = " { ";
+    for (TransformSpec const& child : spec.GetChildTransforms()) {
+        text += separator;
+        separator = "; ";
+        text += Describe(child);
+    }
+    if (!spec.GetChildTransforms().empty())
+        text += " }";
+    return text;
+}
+
+Texts List(std::string const& text, bool keepComments = true) {
+    Texts result;
+    for (TransformSpec const& spec : ParseVtlList(U(text), keepComments))
+        result.push_back(Describe(spec));
+    return result;
+}
+
+// "<what()> @ <source without line> | <condition the report named>": the
+// text callers see, the place that refused, and the check that did.
+template <class Call>
+std::string Refused(Call&& call) {
+    std::string report;
+    auto previous = SetQelLogger(std::make_shared<QelLogger>(
+        nullptr, [&](QelLogLevel, TStringCore const& text) { report += text.toStdString(); },
+        [](QelLogLevel) { return true; }));
+    std::string result = "(nothing thrown)";
+    try {
+        call();
+    } catch (QelException const& e) {
+        std::string const source = e.GetContext().toStdString();
+        result = e.what();
+        result += " @ ";
+        result += source.substr(0, source.rfind(':'));
+        result += " |";
+        std::string const open = "(condition \"";
+        auto const start = report.find(open);
+        auto const end = report.rfind("\" failed)");
+        if (start != std::string::npos && end != std::string::npos && end > start) {
+            result += ' ';
+            result += report.substr(start + open.size(), end - start - open.size());
+        }
+    }
+    SetQelLogger(std::move(previous));
+    return result;
+}
+
+std::string ListRefused(std::string const& text) {
+    return Refused([&] { ParseVtlList(U(text), true); });
+}
+
+constexpr char kParser[] = " @ Source: core/main/serialize/VtlParser |";
+
+std::string At(std::string text, std::string const& condition = "") {
+    text += kParser;
+    if (!condition.empty()) {
+        text += ' ';
+        text += condition;
+    }
+    return text;
+}
+
+std::string const kTooDeep = "(parser.GetCurrentDepth() + 1 == currentLevel)";
+std::string const kArrow = "(scanner.NextIf(VtlTokenType::Arrow))";
+std::string const kFunctionName = "(TakeFunctionName(scanner.Next(), name))";
+
+std::string const kExample =
+    "// prepare\n"
+    "a/b:i -> filter :true (isNull a/b) -> c:A<i>\n"
+    "-> block :'Main Block' ->\n"
+    "  -> constant :5:i -> x:i\n"
+    "  x -> map ('+' x :1:i) -> y\n"
+    "y -> copy -> z\n";
+
+TEST(VtlParserTest, WorkedExample) {
+    std::string const filter = "filter [a/b:i] =Bool true isNull(key a/b) -> [c:A<i>]";
+    std::string const block =
+        "block [] =String Main Block -> [] { constant [] =Int32 5 -> [x:i]; "
+        "map [x] +(key x, lit Int32 1) -> [y] }";
+    EXPECT_EQ(List(kExample),
+              (Texts{"noOp \" prepare\" [] -> []", filter, block, "copy [y] -> [z]"}));
+    EXPECT_EQ(List(kExample, false), (Texts{filter, block, "copy [y] -> [z]"}));
+}
+
+TEST(VtlParserTest, LineGrammar) {
+    std::pair<char const*, char const*> const cases[] = {
+        {"  a b/c -> copy -> d e", "copy [a b/c] -> [d e]"},
+        {"// note", "noOp \" note\" [] -> []"},
+        {"-> constant :5:i -> x", "constant [] =Int32 5 -> [x]"},
+        {"-> constant :Null:i -> x", "constant [] =Int32 Null -> [x]"},
+        {"-> constant :-7:l -> x", "constant [] =Int64 -7 -> [x]"},
+        {"a -> index :3 -> i", "index [a] =Int32 3 -> [i]"},
+        {"a -> filter :false:b -> f", "filter [a] =Bool false -> [f]"},
+        // Whatever follows the output list is ignored.
+        {"a -> map ('+' a) -> b extra!", "map [a] +(key a) -> [b extra]"},
+        {"a -> copy -> b -> c", "copy [a] -> [b]"},
+        {"a b -> map (f a :1:i :2.5:r :'x':s :Null:l b/c) -> o",
+         "map [a b] f(key a, lit Int32 1, lit Real64 2.5, lit String x, lit Int64 Null, "
+         "key b/c) -> [o]"},
+        {"a -> map (+ a) -> o", "map [a] +(key a) -> [o]"},
+        {"a -> map (- a) -> o", "map [a] -(key a) -> [o]"},
+        {"a -> map (* a a) -> o", "map [a] *(key a, key a) -> [o]"},
+        {"a -> map (< a) -> o", "map [a] <(key a) -> [o]"},
+        {"a -> map (> a) -> o", "map [a] >(key a) -> [o]"},
+        {"-> map ('my fn') -> o", "map [] my fn() -> [o]"},
+    };
+    for (auto const& [line, expected] : cases)
+        EXPECT_EQ(Describe(ParseVtlLine(U(line))), expected) << line;
+}
+
+TEST(VtlParserTest, LineRefusals) {
+    std::pair<char const*, std::string> const cases[] = {
+        {"a b", At("unexpected token\na b", kArrow)},
+        // The end of the line closes the function; the arrow is then missing.
+        {"x -> map (abs x", At("unexpected token\nx -> map (abs x", kArrow)},
+        {"a -> 5 -> b",
+         At("unexpected token", "(operatorToken.GetType() == VtlTokenType::Identifier)")},
+        {"a -> Map -> b", At("unknown type name\nMap")},
+        {"a -> copy :5 -> b", At("operator type does not expect an argument; one found")},
+        {"-> constant :5 -> x", At("operator argument type spec not found", "(type) != nullptr")},
+        {"a -> filter :5:i (f a) -> b",
+         At("typespec does not match expected type for operator\nfilter",
+            "(type->GetStoreType() == wanted)")},
+        {"a -> map (5 a) -> b", At("unexpected token\na -> map (5 a) -> b", kFunctionName)},
+        {"a -> map () -> b", At("unexpected token\na -> map () -> b", kFunctionName)},
+        {"a -> map (f :1) -> b", At("need to specify a key type", "(type) != nullptr")},
+        // Both words are the value's tokens, but only the first is the value.
+        {"-> constant :abc def:s -> x",
+         At("unexpected token\n-> constant :abc def:s -> x", kArrow)},
+    };
+    for (auto const& [text, expected] : cases) {
+        // A lambda may not capture a structured binding under clang 14.
+        std::string const line = text;
+        EXPECT_EQ(Refused([&] { ParseVtlLine(U(line)); }), expected) << line;
+    }
+    // Refusals of the readers underneath keep their own source: a Bool
+    // literal of 5, a function argument that is no key path.
+    std::string const bool5 = Refused([] { ParseVtlLine(U("a -> filter :5 (f a) -> b")); });
+    EXPECT_EQ(bool5.find(kParser), std::string::npos) << bool5;
+    EXPECT_NE(bool5.find(" @ Source: core/main/"), std::string::npos) << bool5;
+    EXPECT_EQ(Refused([] { ParseVtlLine(U("a -> map (f , a) -> b")); })
+                  .rfind("unexpected token\na -> map (f , a) -> b @ Source: "
+                         "core/main/serialize/KeyPathParser",
+                         0),
+              0u);
+}
+
+TEST(VtlParserTest, Nesting) {
+    EXPECT_TRUE(List("").empty());
+    EXPECT_TRUE(List("   \n  \t \n\n ").empty());
+    // Blank lines neither open nor close a level; open levels close at the
+    // end; three blanks are level 1.
+    EXPECT_EQ(List("-> block :'o' ->\n\n    \n  -> block :'i' ->\n    -> copy -> a\n"
+                   "   -> copy -> b\n-> case ->\n  c -> when ->\n    -> copy -> d"),
+              (Texts{"block [] =String o -> [] { block [] =String i -> [] { copy [] -> [a] }; "
+                     "copy [] -> [b] }",
+                     "case [] -> [] { when [c] -> [] { copy [] -> [d] } }"}));
+    // Dropped comments do not take part in the nesting; kept, they do.
+    std::string const text =
+        "-> block :'b' ->\n  // inside\n      // too deep, but a comment\n// top\n"
+        "  -> copy -> x\n";
+    EXPECT_EQ(List(text, false), (Texts{"block [] =String b -> [] { copy [] -> [x] }"}));
+    EXPECT_EQ(ListRefused(text), At("unspecified Vantrel Runtime error", kTooDeep));
+    EXPECT_EQ(List("-> block :'b' ->\n  // inside\n  -> copy -> x"),
+              (Texts{"block [] =String b -> [] { noOp \" inside\" [] -> []; copy [] -> [x] }"}));
+}
+
+TEST(VtlParserTest, NestingRefusals) {
+    EXPECT_EQ(ListRefused("  -> copy -> x"),
+              At("invalid nesting of transforms", "!(m_children).empty()"));
+    EXPECT_EQ(ListRefused("-> copy -> x\n  -> copy -> y"),
+              At("unexpected child transform found",
+                 "(CanOperatorHaveChildTransforms(m_spec.GetOperatorType()))"));
+    EXPECT_EQ(ListRefused("-> block :'b' ->\n  -> block :'c' ->\n      -> copy -> y"),
+              At("unspecified Vantrel Runtime error", kTooDeep));
+    EXPECT_EQ(ListRefused("-> copy -> a\na b\n"), At("unexpected token\na b", kArrow));
+}
+
+TEST(VtlParserTest, LogicalLines) {
+    // At column zero an apostrophe in a comment is prose; behind a blank it
+    // opens a string that swallows the next line feed.
+    EXPECT_EQ(List("// don't\n-> copy -> b"),
+              (Texts{"noOp \" don't\" [] -> []", "copy [] -> [b]"}));
+    EXPECT_EQ(List("-> copy -> a\n // don't\nz' -> copy -> b\n-> copy -> c"),
+              (Texts{"copy [] -> [a]", "noOp \" don't\" [] -> []", "copy [] -> [c]"}));
+    EXPECT_EQ(List("-> constant :'a\\nb\\'s':s -> x\n-> copy -> y"),
+              (Texts{"constant [] =String a\nb's -> [x]", "copy [] -> [y]"}));
+    // A real line feed in quotes keeps one logical line, which the scanner
+    // then refuses.
+    EXPECT_NE(ListRefused("-> constant :'a\nb':s -> x"), "(nothing thrown)");
+}
+
+// Text that may be refused: nothing but the library's refusals may escape.
+void Survives(TStringCore const& text) {
+    try {
+        ParseVtlList(text, true);
+        ParseVtlList(text, false);
+    } catch (QelException const&) {
+    }
+    try {
+        ParseVtlLine(text);
+    } catch (QelException const&) {
+    }
+}
+
+TEST(VtlParserTest, HostileText) {
+    for (char const* text :
+         {"-> constant :'abc", "-> constant :'abc\n\n", "' '' ''' \\", "\\", "a -> map (",
+          "a -> map (f :", "a -> map (f :1:", "a -> map (f ::i) -> b",
+          "a -> filter :", "a:A<A<A<A<A<A<A<A<A<A<A<A<A<A<A<A<A<A<A<A<A<i"})
+        Survives(U(text));
+    std::u16string units = u"a -> copy -> b\n  -> copy -> c\n-> constant :'x':s -> d";
+    units[15] = u'\0';
+    units[25] = u'\0';
+    units[44] = static_cast<char16_t>(0xD800);
+    Survives(TStringCore(units.data(), static_cast<int>(units.size())));
+
+    std::string deep(100000, ' ');
+    deep += "-> copy -> x";
+    EXPECT_EQ(ListRefused(deep), At("unspecified Vantrel Runtime error", kTooDeep));
+    // Deep but well-formed nesting.
+    std::string text;
+    for (std::size_t level = 0; level < 300; ++level) {
+        text += std::string(2 * level, ' ');
+        text += "-> block :'b' ->\n";
+    }
+    std::vector<TransformSpec> const specs = ParseVtlList(U(text), true);
+    ASSERT_EQ(specs.size(), 1u);
+    int levels = 0;
+    for (auto const* spec = &specs[0]; !spec->GetChildTransforms().empty();
+         spec = &spec->GetChildTransforms()[0])
+        ++levels;
+    EXPECT_EQ(levels, 299);
+
+    // Random texts of grammar pieces.
+    char const* const pieces[] = {"a",  "b/c", ":", "->",    " ",    "  ",       "\n",  "'",
+                                  "\\", "(",   ")", "block", "copy", "constant", "map", ":i",
+                                  "5",  "-",   "+", "<",     "true", "//",       "A<",  "\t"};
+    unsigned state = 12345;
+    for (int round = 0; round < 3000; ++round) {
+        std::string soup;
+        for (unsigned i = 0; i <= state % 24; ++i) {
+            state = state * 1103515245u + 12345u;
+            soup += pieces[(state >> 16) % std::size(pieces)];
+        }
+        Survives(U(soup));
+    }
+}
+
+std::string ReadFile(std::filesystem::path const& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+// The corpus is kept for round trips through the writer; here every text
+// must read, and every prefix of it must read or be refused.
+TEST(VtlParserTest, Corpus) {
+    std::filesystem::path const dir = std::filesystem::path(QEL_TEST_CORPUS_DIR) / "vtl";
+    int files = 0;
+    for (auto const& entry : std::filesystem::directory_iterator(dir)) {
+        if (entry.path().extension() != ".vtl")
+            continue;
+        ++files;
+        std::string const text = ReadFile(entry.path());
+        EXPECT_NO_THROW(ParseVtlList(U(text), true)) << entry.path();
+        for (std::size_t length = 0; length < text.size(); ++length)
+            Survives(U(text.substr(0, length)));
+    }
+    EXPECT_GE(files, 5);
+    EXPECT_EQ(List(ReadFile(dir / "example.vtl")), List(kExample));
+}
+
+}  // namespace
+}  // namespace qel::core
