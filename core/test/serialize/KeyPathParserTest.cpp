@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "core/main/serialize/KeyPathGrammar.h"
+#include "core/test/vtl/VtlTestUtil.h"
 #include "qel/core/store/ExternalTypeRegistry.h"
 #include "qel/core/store/ValueExternal.h"
 #include "qel/core/types/HeterogeneousType.h"
@@ -19,19 +20,7 @@ TStringCore U(char const* utf8) {
     return TStringCore::fromUtf8(utf8);
 }
 
-// "<what()> @ <source file>" of a refusal, so that both the text and the
-// place that refused are pinned; the line number is left out.
-template <class Call>
-std::string Refused(Call&& call) {
-    try {
-        call();
-    } catch (QelException const& e) {
-        std::string source = e.GetContext().toStdString();
-        source = source.substr(0, source.rfind(':'));
-        return std::string(e.what()) + " @ " + source;
-    }
-    return "(nothing thrown)";
-}
+using test::Refused;
 
 std::vector<std::string> Lines(char const* file) {
     std::ifstream in(std::string(QEL_TEST_CORPUS_DIR) + "/keypaths/" + file);
@@ -59,45 +48,62 @@ protected:
 
 constexpr char kParser[] = " @ Source: core/main/serialize/KeyPathParser";
 
+using Read = void (*)(TStringCore const&);
+Read const kPath = [](TStringCore const& t) { KeyPathParser::MakeKeyPath(t); };
+Read const kList = [](TStringCore const& t) { KeyPathParser::MakeKeyPathList(t); };
+Read const kSegment = [](TStringCore const& t) { KeyPathParser::MakeSegment(t); };
+Read const kType = [](TStringCore const& t) { KeyPathParser::MakeType(t); };
+
 TEST_F(KeyPathParserTest, EveryRefusalWithItsTextAndSource) {
-    auto path = [](char const* text) {
-        return Refused([&] { KeyPathParser::MakeKeyPath(U(text)); });
+    struct Row {  // the reader, the text, what(), the condition, the source if not the parser
+        Read read;
+        char const *text, *what, *condition, *source = kParser;
     };
-    auto type = [](char const* text) { return Refused([&] { KeyPathParser::MakeType(U(text)); }); };
-    auto scanned = [](char const* text, auto parse) {
-        VtlScanner scanner{U(text)};
-        return Refused([&] { parse(scanner, TStringCore(u"the message")); });
-    };
-    // A segment's first token is no name: the caller's message.
-    EXPECT_EQ(path("1.5"), std::string("unexpected token\n1.5") + kParser);
-    EXPECT_EQ(path("true"), std::string("unexpected token\ntrue") + kParser);
-    EXPECT_EQ(scanned("a/", KeyPathParser::ParseKeyPath),
-              std::string("unexpected token\nthe message") + kParser);
-    // Text left behind a Make... parse: the text. A failed type leaves ":".
-    EXPECT_EQ(path("a b"), std::string("unexpected token\na b") + kParser);
-    EXPECT_EQ(path("a:foo"), std::string("unexpected token\na:foo") + kParser);
-    EXPECT_EQ(path("a:"), std::string("unexpected token\na:") + kParser);
-    EXPECT_EQ(path("a:r<10>"), std::string("unexpected token\na:r<10>") + kParser);
-    EXPECT_EQ(Refused([] { KeyPathParser::MakeSegment(U("a/b")); }),
-              std::string("unexpected token\na/b") + kParser);
-    EXPECT_EQ(Refused([] { KeyPathParser::MakeKeyPathList(U("a ,")); }),
-              std::string("unexpected token\na ,") + kParser);
-    // ParseType passes the code of the TryParse... family on.
-    EXPECT_EQ(type("foo"), std::string("invalid StoreType\nfoo") + kParser);
-    EXPECT_EQ(type("A"), std::string("unexpected token\nA") + kParser);
-    EXPECT_EQ(type(""), std::string("unexpected token") + kParser);
-    EXPECT_EQ(type("i i"), std::string("unexpected token\ni i") + kParser);
-    EXPECT_EQ(scanned("K<s>", KeyPathParser::ParseType),
-              std::string("unexpected token\nthe message") + kParser);
-    // An unknown letter fails at once, also where a type is optional.
-    EXPECT_EQ(path("a:q"), std::string("unknown type name") + kParser);
-    EXPECT_EQ(type("A<q>"), std::string("unknown type name") + kParser);
-    EXPECT_EQ(path("a:x<NoSuchType>"), std::string("unknown type name\nNoSuchType") + kParser);
-    // Types that the grammar reads but that cannot exist fail as they are built.
-    EXPECT_EQ(type("S<S<i>>"), "illegal element type @ Source: core/main/types/Type");
-    EXPECT_EQ(
-        type("T{ a:i }"),
-        "every value in a table should be an array @ Source: core/main/types/HeterogeneousType");
+    char const* const name = "(isName)";
+    char const* const end = "(scanner.Next() == VtlToken::End)";
+    char const* const passed = "(error == QelError::NoError)";
+    Row const rows[] = {
+        // A segment's first token is no name.
+        {kPath, "1.5", "unexpected token\n1.5", name},
+        {kPath, "true", "unexpected token\ntrue", name},
+        // Text left behind a Make... parse: the text. A failed type leaves ":".
+        {kPath, "a b", "unexpected token\na b", end},
+        {kPath, "a:foo", "unexpected token\na:foo", end},
+        {kPath, "a:", "unexpected token\na:", end},
+        {kPath, "a:r<10>", "unexpected token\na:r<10>", end},
+        {kSegment, "a/b", "unexpected token\na/b", end},
+        {kList, "a ,", "unexpected token\na ,", end},
+        {kType, "i i", "unexpected token\ni i", end},
+        // ParseType passes the code of the TryParse... family on.
+        {kType, "foo", "invalid StoreType\nfoo", passed},
+        {kType, "A", "unexpected token\nA", passed},
+        {kType, "", "unexpected token", passed},
+        // An unknown letter fails at once, also where a type is optional.
+        {kPath, "a:q", "unknown type name", ""},
+        {kType, "A<q>", "unknown type name", ""},
+        {kPath, "a:x<NoSuchType>", "unknown type name\nNoSuchType", ""},
+        // Types that the grammar reads but that cannot exist fail as they are built.
+        {kType, "S<S<i>>", "illegal element type",
+         "(IsStoreTypeSupportedInSet(elementType->GetStoreType()))",
+         " @ Source: core/main/types/Type"},
+        {kType, "T{ a:i }", "every value in a table should be an array",
+         "(member.GetType()->Is(StoreType::Array))",
+         " @ Source: core/main/types/HeterogeneousType"}};
+    for (Row const& row : rows) {
+        std::string expected = row.what;
+        expected += " | ";
+        expected += row.condition;
+        expected += row.source;
+        EXPECT_EQ(Refused([&] { row.read(U(row.text)); }), expected) << row.text;
+    }
+    // A scanned read refuses with the caller's message.
+    VtlScanner path{U("a/")}, type{U("K<s>")};
+    TStringCore const message(u"the message");
+    std::string expected = "unexpected token\nthe message | ";
+    EXPECT_EQ(Refused([&] { KeyPathParser::ParseKeyPath(path, message); }),
+              expected + name + kParser);
+    EXPECT_EQ(Refused([&] { KeyPathParser::ParseType(type, message); }),
+              expected + passed + kParser);
 }
 
 TEST_F(KeyPathParserTest, TheGrammarsEdges) {
@@ -193,13 +199,8 @@ TEST_F(KeyPathParserTest, HostileTextIsRefusedNotFatal) {
     for (std::u16string const& more :
          {u"a:" + nested, u"a:A<" + nested + u">", maps, std::u16string(50000, u'{')})
         texts.push_back(more);
-    using Read = void (*)(TStringCore const&);
-    Read const reads[] = {[](TStringCore const& t) { KeyPathParser::MakeKeyPath(t); },
-                          [](TStringCore const& t) { KeyPathParser::MakeKeyPathList(t); },
-                          [](TStringCore const& t) { KeyPathParser::MakeSegment(t); },
-                          [](TStringCore const& t) { KeyPathParser::MakeType(t); }};
     for (std::u16string const& text : texts) {
-        for (Read read : reads) {
+        for (Read read : {kPath, kList, kSegment, kType}) {
             try {
                 read(TStringCore(text.data(), static_cast<int>(text.size())));
             } catch (QelException const&) {

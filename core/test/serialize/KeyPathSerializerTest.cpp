@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "core/test/Refusal.h"
 #include "qel/core/types/HeterogeneousType.h"
 #include "qel/core/vtl/KeyPathParser.h"
@@ -26,22 +28,17 @@ std::string Escape(char const* name) {
 TEST(KeyPathSerializerTest, NamesAreQuotedWhenReadingThemBareWouldDiffer) {
     for (char const* bare : {"a", "12", "007", "a.b-c", "Inf", "true1", "Null.", "_x"})
         EXPECT_EQ(Escape(bare), bare);
-    EXPECT_EQ(Escape(""), "");
-    EXPECT_EQ(Escape("true"), "'true'");
-    EXPECT_EQ(Escape("Null"), "'Null'");
-    EXPECT_EQ(Escape("inf"), "'inf'");
-    EXPECT_EQ(Escape("1.5"), "'1.5'");
-    EXPECT_EQ(Escape("c d"), "'c d'");
-    EXPECT_EQ(Escape("x/y"), "'x/y'");
-    EXPECT_EQ(Escape("a->b"), "'a->b'");
-    EXPECT_EQ(Escape("ü"), "'ü'");
-    EXPECT_EQ(Escape("it's"), "'it\\'s'");
     // Blanks around a single token, and integers beyond 64 bits, would not read back.
-    EXPECT_EQ(Escape(" a"), "' a'");
-    EXPECT_EQ(Escape("12\t"), "'12\t'");
-    EXPECT_EQ(Escape("a\n"), "'a\\n'");
-    EXPECT_EQ(Escape("9223372036854775807"), "9223372036854775807");
-    EXPECT_EQ(Escape("9223372036854775808"), "'9223372036854775808'");
+    // clang-format off
+    std::pair<char const*, char const*> const quoted[] = {
+        {"", ""}, {"true", "'true'"}, {"Null", "'Null'"}, {"inf", "'inf'"}, {"1.5", "'1.5'"},
+        {"c d", "'c d'"}, {"x/y", "'x/y'"}, {"a->b", "'a->b'"}, {"ü", "'ü'"},
+        {"it's", "'it\\'s'"}, {" a", "' a'"}, {"12\t", "'12\t'"}, {"a\n", "'a\\n'"},
+        {"9223372036854775807", "9223372036854775807"},
+        {"9223372036854775808", "'9223372036854775808'"}};
+    // clang-format on
+    for (auto const& [name, written] : quoted)
+        EXPECT_EQ(Escape(name), written) << name;
     // The quoting stops at a zero unit, as VtlScanner::Quote does.
     EXPECT_EQ(KeyPathSerializer::EscapeKeySegment(TStringCore(u"a\0b", 3)).toStdString(), "'a'");
 }

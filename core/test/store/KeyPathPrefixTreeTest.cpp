@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <boost/unordered_set.hpp>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "qel/core/types/Type.h"
 
@@ -59,23 +61,19 @@ TEST(KeyPathPrefixTreeTest, SearchesAboveAndBelow) {
     EXPECT_TRUE(tree->HasConcreteDescendant());
     EXPECT_FALSE(tree->Find(P(u"c/d"))->HasConcreteDescendant());
     EXPECT_EQ(Sorted(tree->GetDescendantsWithValue(false)), "a/b/c c");
-    KeyPathPrefixTree const* e = tree->Find(P(u"a/b/c/e"));
-    std::vector<KeyPath> ancestors = e->GetConcreteAncestors();
-    ASSERT_EQ(ancestors.size(), 2u);
-    EXPECT_EQ(ancestors[0], P(u"a/b"));  // nearest first
-    EXPECT_EQ(ancestors[1], P(u"a"));
+    using Paths = std::vector<KeyPath>;
+    EXPECT_EQ(tree->Find(P(u"a/b/c/e"))->GetConcreteAncestors(),
+              (Paths{P(u"a/b"), P(u"a")}));  // nearest first
     EXPECT_FALSE(tree->Find(P(u"c"))->HasConcreteAncestor());
-    EXPECT_TRUE(tree->HasConcreteAncestor(P(u"c/d")));
-    EXPECT_TRUE(tree->HasConcreteAncestor(P(u"a/zzz")));  // "a" is met before the missing step
-    EXPECT_FALSE(tree->HasConcreteAncestor(P(u"c/x")));
-    EXPECT_FALSE(tree->HasConcreteAncestor(P(u"c")));
-    EXPECT_FALSE(tree->HasConcreteAncestor(KeyPath()));
+    // "a" is met before the missing step of "a/zzz".
+    for (auto const& [path, has] : {std::pair(P(u"c/d"), true),
+                                    {P(u"a/zzz"), true},
+                                    {P(u"c/x"), false},
+                                    {P(u"c"), false},
+                                    {KeyPath(), false}})
+        EXPECT_EQ(tree->HasConcreteAncestor(path), has) << path.ToString().toStdString();
     // Ancestors from the top, the node itself, then what lies below.
-    std::vector<KeyPath> relations = tree->FindConcreteRelations(P(u"a/b"));
-    ASSERT_EQ(relations.size(), 3u);
-    EXPECT_EQ(relations[0], P(u"a"));
-    EXPECT_EQ(relations[1], P(u"a/b"));
-    EXPECT_EQ(relations[2], P(u"a/b/c/e"));
+    EXPECT_EQ(tree->FindConcreteRelations(P(u"a/b")), (Paths{P(u"a"), P(u"a/b"), P(u"a/b/c/e")}));
     EXPECT_EQ(Sorted(tree->FindConcreteRelations(P(u"a/b/x"))), "a a/b");
     EXPECT_TRUE(tree->FindConcreteRelations(P(u"x")).empty());
     EXPECT_EQ(Sorted(tree->FindConcreteRelations(KeyPath())), "a a/b a/b/c/e c/d");
