@@ -56,4 +56,5 @@
 #include "qel/core/vtl/VtlLiteralParser.h"
 #include "qel/core/vtl/VtlParser.h"
 #include "qel/core/vtl/VtlScanner.h"
+#include "qel/core/vtl/VtlSerializer.h"
 #include "qel/core/vtl/VtlToken.h"
