@@ -20,7 +20,7 @@ void PrintUsage(std::ostream& out) {
 }  // namespace
 
 std::vector<Command> const& Commands() {
-    static std::vector<Command> const commands = {MakeDemoCommand()};
+    static std::vector<Command> const commands = {MakeDemoCommand(), MakeVtlCommand()};
     return commands;
 }
 

@@ -37,5 +37,6 @@ bool ExpectNoArguments(Command const& command, std::vector<std::string> const& a
 
 // The command entries, one per source file.
 Command MakeDemoCommand();
+Command MakeVtlCommand();
 
 }  // namespace qel::tools

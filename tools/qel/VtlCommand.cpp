@@ -1,0 +1,130 @@
+// `qel vtl check FILE...` and `qel vtl fmt FILE [--in-place]`: what a VTL
+// author runs before handing a text to a host. `-` reads standard input.
+// A refused text prints the library's own message, its details (the offending
+// line, for most refusals) and where it was refused, with exit code 1.
+
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <ostream>
+#include <sstream>
+
+#include "qel/core/QelCore.h"
+#include "tools/qel/CommandLine.h"
+
+namespace qel::tools {
+
+namespace {
+
+using namespace qel::core;
+
+constexpr char kUsage[] =
+    "usage: qel vtl check FILE...\n"
+    "       qel vtl fmt FILE [--in-place]\n\n"
+    "check   reads each VTL text and prints \"ok\" or the refusal with its\n"
+    "        message, details and source; exit code 1 if any was refused\n"
+    "fmt     prints the canonical text of FILE (the writer's form), or with\n"
+    "        --in-place rewrites FILE with it\n"
+    "FILE may be - for standard input.\n";
+
+std::string ReadAll(std::string const& path) {
+    if (path == "-") {
+        return std::string(std::istreambuf_iterator<char>(std::cin),
+                           std::istreambuf_iterator<char>());
+    }
+    std::ifstream in(path, std::ios::binary);
+    if (!in)
+        throw std::runtime_error("cannot read '" + path + "'");
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+TStringCore Utf16(std::string const& utf8) {
+    return TStringCore::fromUtf8(utf8.data(), static_cast<int>(utf8.size()));
+}
+
+std::vector<TransformSpec> Read(std::string const& path) {
+    return ParseVtlList(Utf16(ReadAll(path)), true);
+}
+
+void PrintRefusal(std::ostream& out, std::string const& path, QelException const& e) {
+    out << path << ": error " << static_cast<unsigned>(e.GetError()) << ": " << e.what() << '\n';
+    if (!e.GetContext().isEmpty())
+        out << "  (" << e.GetContext().toStdString() << ")\n";
+}
+
+int Check(std::vector<std::string> const& files, std::ostream& out) {
+    if (files.empty())
+        throw UsageError("'vtl check' needs at least one FILE");
+    int status = 0;
+    for (std::string const& path : files) {
+        try {
+            std::size_t const count = Read(path).size();
+            out << path << ": ok (" << count << " transforms)\n";
+        } catch (QelException const& e) {
+            PrintRefusal(out, path, e);
+            status = 1;
+        }
+    }
+    return status;
+}
+
+int Format(std::vector<std::string> const& args, std::ostream& out) {
+    bool inPlace = false;
+    std::vector<std::string> files;
+    for (std::string const& arg : args) {
+        if (arg == "--in-place") {
+            inPlace = true;
+        } else {
+            files.push_back(arg);
+        }
+    }
+    if (files.size() != 1)
+        throw UsageError("'vtl fmt' takes exactly one FILE");
+    if (inPlace && files[0] == "-")
+        throw UsageError("--in-place needs a file, not -");
+    std::string text;
+    try {
+        text = TransformsToString(Read(files[0]), true, nullptr).toStdString();
+    } catch (QelException const& e) {
+        PrintRefusal(out, files[0], e);
+        return 1;
+    }
+    if (!inPlace) {
+        out << text;
+        return 0;
+    }
+    std::ofstream file(files[0], std::ios::binary | std::ios::trunc);
+    file << text;
+    if (!file)
+        throw std::runtime_error("cannot write '" + files[0] + "'");
+    return 0;
+}
+
+int RunVtl(std::vector<std::string> const& args, std::ostream& out) {
+    if (args.empty())
+        throw UsageError("'vtl' needs a subcommand: check or fmt");
+    if (args[0] == "--help" || args[0] == "-h") {
+        out << kUsage;
+        return 0;
+    }
+    RegisterDefaultCollatorPool();
+    std::vector<std::string> rest(args.begin() + 1, args.end());
+    if (args[0] == "check")
+        return Check(rest, out);
+    if (args[0] == "fmt")
+        return Format(rest, out);
+    throw UsageError("unknown vtl subcommand '" + args[0] + "'");
+}
+
+}  // namespace
+
+Command MakeVtlCommand() {
+    Command command;
+    command.name = "vtl";
+    command.summary = "check VTL texts, or print them in canonical form";
+    command.usage = kUsage;
+    command.run = RunVtl;
+    return command;
+}
+
+}  // namespace qel::tools
