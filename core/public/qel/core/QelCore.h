@@ -55,6 +55,7 @@
 #include "qel/core/vtl/Visitors.h"
 #include "qel/core/vtl/VtlLiteralParser.h"
 #include "qel/core/vtl/VtlParser.h"
+#include "qel/core/vtl/VtlPayload.h"
 #include "qel/core/vtl/VtlScanner.h"
 #include "qel/core/vtl/VtlSerializer.h"
 #include "qel/core/vtl/VtlToken.h"
