@@ -9,6 +9,8 @@
 #include <memory>
 #include <ostream>
 #include <sstream>
+
+#include <boost/unordered_set.hpp>
 #include <vector>
 
 #include "qel/core/QelCore.h"
@@ -192,6 +194,30 @@ void ShowColumns(std::ostream& out) {
         << ", " << Text(SpecialKindToString(row.GetNthSpecial(2))) << ")\n";
 }
 
+void ShowPayload(std::ostream& out) {
+    Section(out, "A VTL payload read and written back (ParseVtlPayload, MakeVtlPayload)");
+    TStringCore const payload(
+        u"(graph)\n"
+        u"3,,5,7,a/b,c\n"
+        u"(updatable-keys)\n"
+        u"prices/'list price'\n"
+        u"(vtl)\n"
+        u"// keep the known prices\n"
+        u"a/b:i -> filter :true (isNull a/b) -> c:A<i>\n"
+        u"-> block :'Main Block' ->\n"
+        u"  -> constant :5:i -> x:i\n"
+        u"  x -> map ('+' x :1:i) -> y\n");
+    std::vector<TransformSpec> transforms;
+    std::vector<GraphEdge> edges;
+    boost::unordered_set<KeyPath> keys;
+    ParseVtlPayload(payload, transforms, edges, keys);
+    out << "  read " << edges.size() << " graph edge, " << keys.size() << " updatable key, "
+        << transforms.size() << " top-level transforms; written back (comments dropped):\n";
+    std::istringstream lines(MakeVtlPayload(transforms, edges, keys).toStdString());
+    for (std::string line; std::getline(lines, line);)
+        out << "    " << line << '\n';
+}
+
 void ShowFailure(std::ostream& out) {
     Section(out, "A refused request, as the caller sees it");
     std::ostringstream log;
@@ -222,13 +248,14 @@ int RunDemo(Command const& self, std::vector<std::string> const& args, std::ostr
         return 0;
     }
     RegisterDefaultCollatorPool();
-    out << "qelcore demo: typed values, their text, the VTL literal reader and columns\n";
+    out << "qelcore demo: typed values, their text, columns and a VTL payload\n";
     ShowTypes(out);
     ShowValues(out);
     ShowOrder(out);
     ShowCasts(out);
     ShowLiterals(out);
     ShowColumns(out);
+    ShowPayload(out);
     ShowFailure(out);
     return 0;
 }

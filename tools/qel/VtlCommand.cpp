@@ -9,6 +9,8 @@
 #include <ostream>
 #include <sstream>
 
+#include <boost/unordered_set.hpp>
+
 #include "qel/core/QelCore.h"
 #include "tools/qel/CommandLine.h"
 
@@ -21,8 +23,9 @@ using namespace qel::core;
 constexpr char kUsage[] =
     "usage: qel vtl check FILE...\n"
     "       qel vtl fmt FILE [--in-place]\n\n"
-    "check   reads each VTL text and prints \"ok\" or the refusal with its\n"
-    "        message, details and source; exit code 1 if any was refused\n"
+    "check   reads each VTL text or payload (a text with the \"(graph)\"\n"
+    "        marker) and prints \"ok\" or the refusal with its message,\n"
+    "        details and source; exit code 1 if any was refused\n"
     "fmt     prints the canonical text of FILE (the writer's form), or with\n"
     "        --in-place rewrites FILE with it\n"
     "FILE may be - for standard input.\n";
@@ -42,8 +45,30 @@ TStringCore Utf16(std::string const& utf8) {
     return TStringCore::fromUtf8(utf8.data(), static_cast<int>(utf8.size()));
 }
 
-std::vector<TransformSpec> Read(std::string const& path) {
-    return ParseVtlList(Utf16(ReadAll(path)), true);
+// A text with the "(graph)" marker is a whole payload; anything else is a
+// VTL text. Both come back in their canonical form.
+struct Document {
+    bool payload = false;
+    std::vector<TransformSpec> transforms;
+    std::vector<GraphEdge> edges;
+    boost::unordered_set<KeyPath> updatableKeys;
+
+    TStringCore Canonical() const {
+        return payload ? MakeVtlPayload(transforms, edges, updatableKeys)
+                       : TransformsToString(transforms, true, nullptr);
+    }
+};
+
+Document Read(std::string const& path) {
+    TStringCore const text = Utf16(ReadAll(path));
+    Document document;
+    document.payload = text.indexOf(TStringCore(u"(graph)")) >= 0;
+    if (document.payload) {
+        ParseVtlPayload(text, document.transforms, document.edges, document.updatableKeys);
+    } else {
+        document.transforms = ParseVtlList(text, true);
+    }
+    return document;
 }
 
 void PrintRefusal(std::ostream& out, std::string const& path, QelException const& e) {
@@ -58,8 +83,9 @@ int Check(std::vector<std::string> const& files, std::ostream& out) {
     int status = 0;
     for (std::string const& path : files) {
         try {
-            std::size_t const count = Read(path).size();
-            out << path << ": ok (" << count << " transforms)\n";
+            Document const document = Read(path);
+            out << path << ": ok (" << (document.payload ? "payload, " : "")
+                << document.transforms.size() << " transforms)\n";
         } catch (QelException const& e) {
             PrintRefusal(out, path, e);
             status = 1;
@@ -84,7 +110,7 @@ int Format(std::vector<std::string> const& args, std::ostream& out) {
         throw UsageError("--in-place needs a file, not -");
     std::string text;
     try {
-        text = TransformsToString(Read(files[0]), true, nullptr).toStdString();
+        text = Read(files[0]).Canonical().toStdString();
     } catch (QelException const& e) {
         PrintRefusal(out, files[0], e);
         return 1;
