@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <memory>
 #include <string>
@@ -285,27 +283,17 @@ TEST(VtlParserTest, HostileText) {
     }
 }
 
-std::string ReadFile(std::filesystem::path const& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
 // The corpus is kept for round trips through the writer; here every text
 // must read, and every prefix of it must read or be refused.
 TEST(VtlParserTest, Corpus) {
-    std::filesystem::path const dir = std::filesystem::path(QEL_TEST_CORPUS_DIR) / "vtl";
-    int files = 0;
-    for (auto const& entry : std::filesystem::directory_iterator(dir)) {
-        if (entry.path().extension() != ".vtl")
-            continue;
-        ++files;
-        std::string const text = ReadFile(entry.path());
-        EXPECT_NO_THROW(ParseVtlList(U(text), true)) << entry.path();
+    auto const corpus = test::VtlCorpus();
+    for (auto const& [name, text] : corpus) {
+        EXPECT_NO_THROW(ParseVtlList(U(text), true)) << name;
         for (std::size_t length = 0; length < text.size(); ++length)
             Survives(U(text.substr(0, length)));
     }
-    EXPECT_GE(files, 5);
-    EXPECT_EQ(List(ReadFile(dir / "example.vtl")), List(kExample));
+    EXPECT_GE(corpus.size(), 5u);
+    EXPECT_EQ(List(corpus.at("example.vtl")), List(kExample));
 }
 
 }  // namespace

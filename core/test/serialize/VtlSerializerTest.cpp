@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <memory>
 #include <string>
@@ -160,29 +158,19 @@ TEST(VtlSerializerTest, Refusals) {
     EXPECT_EQ(inCall(external), notExternal + "valuespec" + type + " == StoreType::External)" + at);
 }
 
-std::string ReadFile(std::filesystem::path const& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
 TEST(VtlSerializerTest, Corpus) {
-    std::filesystem::path const dir = std::filesystem::path(QEL_TEST_CORPUS_DIR) / "vtl";
-    int files = 0;
-    for (auto const& entry : std::filesystem::directory_iterator(dir)) {
-        if (entry.path().extension() != ".vtl")
-            continue;
-        ++files;
-        std::string const text = ReadFile(entry.path());
+    auto const corpus = test::VtlCorpus();
+    for (auto const& [name, text] : corpus) {
         for (bool keepComments : {true, false}) {
             auto const specs = ParseVtlList(U(text), keepComments);
             std::string const first = Write(specs);
             auto const again = ParseVtlList(U(first), true);
-            EXPECT_EQ(again.size(), specs.size()) << entry.path();
-            EXPECT_EQ(Write(again), first) << entry.path();
+            EXPECT_EQ(again.size(), specs.size()) << name;
+            EXPECT_EQ(Write(again), first) << name;
         }
     }
-    EXPECT_GE(files, 5);
-    EXPECT_EQ(RoundTrip(ReadFile(dir / "example.vtl")), kExample);
+    EXPECT_GE(corpus.size(), 5u);
+    EXPECT_EQ(RoundTrip(corpus.at("example.vtl")), kExample);
 }
 
 }  // namespace

@@ -3,6 +3,10 @@
 // Texts of keys, functions and refusals, so that each expectation of the
 // transform tests is one readable line.
 
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -64,6 +68,21 @@ std::string Refused(F&& call) {
         }
     });
     return (logic ? "logic: " : "") + refusal + " @ " + source;
+}
+
+// The VTL texts of the shared corpus (core/test/serialize/corpus/vtl/*.vtl),
+// by file name, so that reader and writer tests walk the same texts.
+inline std::map<std::string, std::string> VtlCorpus() {
+    std::map<std::string, std::string> texts;
+    auto const dir = std::filesystem::path(QEL_TEST_CORPUS_DIR) / "vtl";
+    for (auto const& entry : std::filesystem::directory_iterator(dir)) {
+        if (entry.path().extension() != ".vtl")
+            continue;
+        std::ifstream in(entry.path(), std::ios::binary);
+        texts[entry.path().filename().string()] =
+            std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    }
+    return texts;
 }
 
 }  // namespace qel::core::test
