@@ -2,6 +2,7 @@
 
 #include <boost/unordered_map.hpp>
 
+#include "core/main/serialize/EdgeBlanks.h"
 #include "qel/core/store/Collation.h"
 #include "qel/core/types/HeterogeneousType.h"
 #include "qel/core/types/Type.h"
@@ -189,12 +190,6 @@ TStringCore KeyPathSerializer::BuildType(Type const* type, bool heterogeneousCon
 
 namespace {
 
-// The scanner skips blanks around a token, so a single-token text may still
-// begin or end with some; written bare, the reader would drop them.
-bool IsBlank(char16_t unit) {
-    return unit == 9 || unit == 10 || unit == 11 || unit == 13 || unit == 32;
-}
-
 // Whether the reader can convert an integer name back; one beyond 64 bits
 // would make the whole path unreadable. Leading zeros fit, and are lost: the
 // text form has always read "007" as "7".
@@ -219,8 +214,8 @@ TStringCore KeyPathSerializer::EscapeKeySegment(TStringCore const& name) {
     if (name.isEmpty())
         return TStringCore();
     VtlToken token;
-    bool const bare = VtlScanner::TryScanSingleToken(name, token, true) && !IsBlank(name[0]) &&
-                      !IsBlank(name[name.size() - 1]) &&
+    bool const bare = VtlScanner::TryScanSingleToken(name, token, true) &&
+                      !detail::HasEdgeBlank(name) &&
                       (token.GetType() == VtlTokenType::Identifier ||
                        (token.GetType() == VtlTokenType::Int && FitsInt64(name)));
     return bare ? name : VtlScanner::Quote(name);

@@ -1,5 +1,6 @@
 #include "qel/core/vtl/VtlSerializer.h"
 
+#include "core/main/serialize/EdgeBlanks.h"
 #include "qel/core/serialize/OperatorTypeSerializeUtils.h"
 #include "qel/core/store/StoreValue.h"
 #include "qel/core/types/RInternString.h"
@@ -16,7 +17,8 @@ namespace {
 
 bool IsIdentifier(TStringCore const& text) {
     VtlToken token;
-    return VtlScanner::TryScanSingleToken(text, VtlTokenType::Identifier, token, true);
+    return VtlScanner::TryScanSingleToken(text, VtlTokenType::Identifier, token, true) &&
+           !detail::HasEdgeBlank(text);
 }
 
 // The literal's type in the text form of a typed key segment with no name,
