@@ -2,8 +2,15 @@
 
 // What the text forms promise to carry back whole. A key segment with an
 // empty name is written as nothing at all (a leading one vanishes with its
-// slash, a later one leaves a path the reader refuses), and quoting stops at
-// a zero unit; the round-trip checks of the fuzz targets skip such inputs.
+// slash, a later one leaves a path the reader refuses); an all-digit name
+// with leading zeros is written bare and read back as a number ("007" comes
+// back as "7"); quoting stops at a zero unit. Comments are never quoted, and
+// the reader cuts lines before it knows what they hold, so an apostrophe in
+// an indented comment opens a quote and a backslash escapes the line feed
+// behind it: either one swallows the lines that follow. A noOp is written as
+// its comment alone, and with an empty one as an empty line, which the reader
+// skips. A special of a collection type reads, but the writer refuses it.
+// The round-trip checks of the fuzz targets skip such inputs.
 
 #include <vector>
 
@@ -13,27 +20,45 @@ namespace qel::fuzz {
 
 inline bool WritesBackWhole(qel::core::KeyPath const& path) {
     for (auto const& segment : path.GetSegments()) {
-        if (segment.GetSegment().GetValue().isEmpty())
+        qel::sys::TStringCore const& name = segment.GetSegment().GetValue();
+        if (name.isEmpty())
+            return false;
+        qel::core::VtlToken token;
+        if (qel::core::VtlScanner::TryScanSingleToken(name, token, false) &&
+            token.GetType() == qel::core::VtlTokenType::Int &&
+            qel::sys::TStringCore::number(token.GetInt()) != name)
             return false;
     }
     return true;
 }
 
-inline bool WritesBackWhole(std::vector<qel::core::TransformSpec> const& program) {
+inline bool WritesBackWhole(std::vector<qel::core::TransformSpec> const& program,
+                            bool indented = false) {
     for (auto const& spec : program) {
+        if (indented &&
+            (spec.GetComment().indexOf(u'\'') >= 0 || spec.GetComment().indexOf(u'\\') >= 0))
+            return false;
+        if (spec.GetOperatorType() == qel::core::OperatorType::NoOp &&
+            (spec.GetComment().isEmpty() || !spec.GetInputs().empty() ||
+             !spec.GetOutputs().empty() || spec.GetFunctionSpec() || spec.GetValue()))
+            return false;
         for (auto const* keys : {&spec.GetInputs(), &spec.GetOutputs()}) {
             for (auto const& key : *keys) {
                 if (!WritesBackWhole(key))
                     return false;
             }
         }
+        if (spec.GetValue() && !qel::core::IsPrimitiveStoreType(spec.GetValue()->GetStoreType()))
+            return false;
         if (auto const& function = spec.GetFunctionSpec()) {
             for (auto const& input : function->GetFunctionInputs()) {
-                if (input.IsKey() && !WritesBackWhole(input.GetKeyPath()))
+                if (input.IsKey()
+                        ? !WritesBackWhole(input.GetKeyPath())
+                        : !qel::core::IsPrimitiveStoreType(input.GetValue()->GetStoreType()))
                     return false;
             }
         }
-        if (!WritesBackWhole(spec.GetChildTransforms()))
+        if (!WritesBackWhole(spec.GetChildTransforms(), true))
             return false;
     }
     return true;

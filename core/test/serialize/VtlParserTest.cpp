@@ -292,7 +292,7 @@ TEST(VtlParserTest, Corpus) {
         for (std::size_t length = 0; length < text.size(); ++length)
             Survives(U(text.substr(0, length)));
     }
-    EXPECT_GE(corpus.size(), 5u);
+    EXPECT_GE(corpus.size(), 11u);
     EXPECT_EQ(List(corpus.at("example.vtl")), List(kExample));
 }
 
