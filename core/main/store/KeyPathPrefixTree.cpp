@@ -4,6 +4,9 @@
 #include <boost/unordered_map.hpp>
 #include <boost/unordered_set.hpp>
 
+#include "qel/core/vtl/TransformSpec.h"
+#include "qel/core/vtl/Visitors.h"
+
 namespace qel::core {
 
 // Keyed by KeySegment's own hash and equality, which look at names only.
@@ -47,6 +50,20 @@ std::unique_ptr<KeyPathPrefixTree> KeyPathPrefixTree::Make(
     std::unique_ptr<KeyPathPrefixTree> root = Make();
     for (KeyPath const& path : paths)
         root->Add(path, true);
+    return root;
+}
+
+std::unique_ptr<KeyPathPrefixTree> KeyPathPrefixTree::Make(
+    std::vector<TransformSpec> const& transforms, bool recursive) {
+    std::unique_ptr<KeyPathPrefixTree> root = Make();
+    KeyPathPrefixTree& tree = *root;
+    Visitors::PreOrderVisit(
+        nullptr,
+        [&tree](KeyPath const& output) {
+            if (!output.IsEmpty())
+                tree.Add(output, true);
+        },
+        [&tree](KeyPath const& input) { tree.Add(input, true); }, transforms, recursive);
     return root;
 }
 

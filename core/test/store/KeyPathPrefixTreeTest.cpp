@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "qel/core/types/Type.h"
+#include "qel/core/vtl/VtlParser.h"
 
 namespace qel::core {
 namespace {
@@ -90,6 +91,28 @@ TEST(KeyPathPrefixTreeTest, ChildrenAreFoundByNameTheFirstTypeStays) {
     KeyPathPrefixTree* leaf = tree->Add(KeyPath(std::move(segments)), true);
     EXPECT_EQ(leaf->GetKeyPath().GetCount(), 200000u);
     EXPECT_EQ(tree->GetEldersOfDescendants().size(), 2u);
+}
+
+// Outputs count unless empty, inputs and function keys always, children only
+// when asked for.
+TEST(KeyPathPrefixTreeTest, MadeFromTransforms) {
+    auto const program = ParseVtlList(TStringCore(u"a/b -> map (f c/d :1:i) -> e\n"
+                                                  u"-> block :'x' ->\n"
+                                                  u"  g -> copy -> h/i\n"),
+                                      false);
+    auto const top = KeyPathPrefixTree::Make(program, false);
+    EXPECT_EQ(Sorted(top->GetConcreteDescendants()), "a/b c/d e");
+    EXPECT_FALSE(top->IsConcrete());
+    EXPECT_EQ(Sorted(KeyPathPrefixTree::Make(program, true)->GetConcreteDescendants()),
+              "a/b c/d e g h/i");
+    // An empty output is skipped, an empty input stands for the root.
+    auto const keys = [](std::vector<KeyPath> inputs, std::vector<KeyPath> outputs) {
+        return std::vector<TransformSpec>{TransformSpec(OperatorType::Copy, inputs, outputs)};
+    };
+    EXPECT_FALSE(KeyPathPrefixTree::Make(keys({}, {KeyPath()}), true)->IsConcrete());
+    auto const root = KeyPathPrefixTree::Make(keys({KeyPath()}, {}), true);
+    EXPECT_TRUE(root->IsConcrete());
+    EXPECT_TRUE(root->GetConcreteDescendants().empty());
 }
 
 }  // namespace

@@ -24,6 +24,8 @@
 
 namespace qel::core {
 
+class TransformSpec;
+
 class KeyPathPrefixTree {
 public:
     ~KeyPathPrefixTree();
@@ -34,6 +36,11 @@ public:
     static std::unique_ptr<KeyPathPrefixTree> Make();
     // A tree with each path of `paths` concrete.
     static std::unique_ptr<KeyPathPrefixTree> Make(boost::unordered_set<KeyPath> const& paths);
+    // A tree of the keys the transforms use (children too when `recursive`),
+    // each concrete: outputs unless empty, inputs and the function's key
+    // arguments as they are, so an empty input makes the root concrete.
+    static std::unique_ptr<KeyPathPrefixTree> Make(std::vector<TransformSpec> const& transforms,
+                                                   bool recursive);
 
     // Walks `path` down from this node, creating prefix nodes as needed, and
     // returns the final node. A node once concrete stays concrete: adding it
