@@ -76,6 +76,7 @@ public:
         it.m_indices = indices;
         it.m_specials = specials;
         it.m_size = static_cast<qelsize_t>(indices.IsNull() ? values.GetSize() : indices.GetSize());
+        it.m_direct = indices.IsNull();
         return it;
     }
     // Constant mode: `count` copies of values[0] and specials[0].
@@ -118,7 +119,14 @@ public:
     }
 
     bool operator==(BasicArrayIterator const& other) const { return m_pos == other.m_pos; }
-    bool operator!=(BasicArrayIterator const& other) const { return m_pos != other.m_pos; }
+    // A position never passes its size (operator++ refuses to). Saying so
+    // lets the compiler see that a loop running to end() stays below the
+    // size, and drop the checks of operator* and operator++ from it.
+    bool operator!=(BasicArrayIterator const& other) const {
+        if (m_pos > m_size || other.m_pos > other.m_size)
+            __builtin_unreachable();
+        return m_pos != other.m_pos;
+    }
 
     value_type operator*() const {
         if (m_pos >= m_size) [[unlikely]]
@@ -134,7 +142,7 @@ public:
         if (m_pos >= m_size) [[unlikely]]
             detail::ArrayIteratorOutOfBounds();
         ++m_pos;
-        if (m_composite && m_indices.IsNull()) {
+        if (!m_direct && m_composite && m_indices.IsNull()) {
             if (++m_posInRange >= m_ranges[m_range].count) {
                 m_posInRange = 0;
                 ++m_range;
@@ -183,6 +191,7 @@ public:
         it.m_ranges = m_ranges;
         it.m_constant = m_constant;
         it.m_composite = m_composite;
+        it.m_direct = m_direct;
         if (m_composite) {
             it.m_pos = m_pos;
             it.m_size = m_size;
@@ -202,6 +211,8 @@ private:
     friend class BasicArrayIterator;
 
     StorageT const& StoredValue() const {
+        if (m_direct)
+            return m_values[m_pos];
         if (m_constant)
             return m_values[0];
         if (m_composite)
@@ -210,6 +221,8 @@ private:
     }
 
     SpecialKind CurrentSpecial() const {
+        if (m_direct)
+            return m_specials.IsNull() ? SpecialKind::Normal : m_specials[m_pos];
         if (m_constant)
             return m_specials.IsNull() ? SpecialKind::Normal : m_specials[0];
         if (m_composite)
@@ -221,22 +234,30 @@ private:
 
     // With indices, the run that holds indices[m_pos] is found by walking the
     // runs: linear in their count for every element, which is why such arrays
-    // are materialised before a full walk where that matters.
+    // are materialised before a full walk where that matters. The walks are
+    // out of line and take no `this`, so that the iterator of a loop stays
+    // in registers.
     Range const& CurrentRange() const {
         if (m_indices.IsNull())
             return m_ranges[m_range];
-        qelsize_t index = m_indices[m_pos];
+        return FindRange(m_ranges, m_indices[m_pos]);
+    }
+    [[gnu::noinline]] static Range const& FindRange(ArrayView<Range const> ranges,
+                                                    qelsize_t index) {
         std::size_t range = 0;
-        while (range + 1 < m_ranges.GetSize() && index >= m_ranges[range].count) {
-            index -= m_ranges[range].count;
+        while (range + 1 < ranges.GetSize() && index >= ranges[range].count) {
+            index -= ranges[range].count;
             ++range;
         }
-        return m_ranges[range];
+        return ranges[range];
     }
 
-    void SkipEmptyRanges() {
-        while (m_range < m_ranges.GetSize() && m_ranges[m_range].count == 0)
-            ++m_range;
+    void SkipEmptyRanges() { m_range = NextNonEmpty(m_ranges, m_range); }
+    [[gnu::noinline]] static qelsize_t NextNonEmpty(ArrayView<Range const> ranges,
+                                                    qelsize_t range) {
+        while (range < ranges.GetSize() && ranges[range].count == 0)
+            ++range;
+        return range;
     }
 
     ArrayType const* m_type = nullptr;
@@ -250,6 +271,9 @@ private:
     qelsize_t m_posInRange = 0;
     bool m_constant = false;
     bool m_composite = false;
+    // Plain mode without indices, tested first: the common column walks as
+    // values[m_pos], and the one flag is what the compiler hoists out of it.
+    bool m_direct = false;
 };
 
 }  // namespace qel::core
