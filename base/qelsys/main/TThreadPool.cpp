@@ -104,6 +104,10 @@ bool TThreadPool::IsPoolThread() const {
     return t_currentPool == this;
 }
 
+TThreadPool const* TThreadPool::CurrentPool() noexcept {
+    return t_currentPool;
+}
+
 void TThreadPool::Submit(Job job) {
     if (!job)
         throw std::invalid_argument("TThreadPool::Submit: empty job");

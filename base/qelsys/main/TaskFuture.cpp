@@ -23,8 +23,16 @@ struct TaskOutcome {
 // it; everyone else waits for Done.
 class TaskState {
 public:
-    TaskState(std::function<void()> work, std::weak_ptr<TaskOutcome> outcome)
-        : m_work(std::move(work)), m_outcome(std::move(outcome)) {}
+    TaskState(std::function<void()> work, std::weak_ptr<TaskOutcome> outcome,
+              TThreadPool const* pool)
+        : m_work(std::move(work)), m_outcome(std::move(outcome)), m_pool(pool) {}
+
+    // Only a thread of the task's own pool may take pending work over: the
+    // work then still runs on one of the pool's threads, and a job waiting for
+    // work it scheduled cannot starve the pool of the worker that would run
+    // it. Any other thread just waits.
+    // The pool is compared, never touched: futures may outlive it.
+    bool MayRunHere() const { return TThreadPool::CurrentPool() == m_pool; }
 
     // REQUIRES: the caller holds a reference to this state, which keeps it
     // alive through the notification below.
@@ -85,6 +93,7 @@ private:
 
     std::function<void()> m_work;
     std::weak_ptr<TaskOutcome> m_outcome;
+    TThreadPool const* m_pool;
     std::mutex m_mutex;
     std::condition_variable m_done;
     Phase m_phase = Phase::Pending;
@@ -100,7 +109,8 @@ detail::TaskState& TaskFuture::State() const {
 
 void TaskFuture::Wait() const {
     detail::TaskState& state = State();
-    state.RunIfPending();
+    if (state.MayRunHere())
+        state.RunIfPending();
     state.WaitUntilDone();
 }
 
@@ -118,7 +128,7 @@ TaskFuture ScheduleOnThreadPool(TThreadPool& pool, std::function<void()> work) {
     if (!work)
         throw std::invalid_argument("ScheduleOnThreadPool: empty work");
     auto outcome = std::make_shared<detail::TaskOutcome>();
-    auto state = std::make_shared<detail::TaskState>(std::move(work), outcome);
+    auto state = std::make_shared<detail::TaskState>(std::move(work), outcome, &pool);
     pool.Submit([state] { state->RunIfPending(); });
     return TaskFuture(std::move(state), std::move(outcome));
 }

@@ -1,5 +1,7 @@
 #include "qel/core/vtl/VtlSerializer.h"
 
+#include <optional>
+
 #include "core/main/serialize/EdgeBlanks.h"
 #include "qel/core/serialize/OperatorTypeSerializeUtils.h"
 #include "qel/core/store/StoreValue.h"
@@ -127,9 +129,9 @@ void TransformToStringWithCache(TStringCore& out, int level, TransformSpec const
 
 TStringCore TransformsToString(std::vector<TransformSpec> const& transforms, bool keepComments,
                                KeyPathSerializerCache* cache) {
-    KeyPathSerializerCache local;
+    std::optional<KeyPathSerializerCache> local;
     if (cache == nullptr)
-        cache = &local;
+        cache = &local.emplace();
     TStringCore out;
     for (TransformSpec const& spec : transforms) {
         // Only the top level is filtered: a noOp among children still holds

@@ -22,12 +22,12 @@ enum class Step { Descend, Prune, Stop };
 
 }  // namespace
 
-KeyPathPrefixTree::KeyPathPrefixTree(KeyPathPrefixTree* parent, KeySegment const& segment)
+KeyPathPrefixTree::KeyPathPrefixTreeMap(KeyPathPrefixTree* parent, KeySegment const& segment)
     : m_parent(parent), m_segment(segment) {}
 
 // A path of a million segments makes a chain of a million nodes, so the
 // subtrees are detached and freed from a list rather than by recursion.
-KeyPathPrefixTree::~KeyPathPrefixTree() {
+KeyPathPrefixTree::~KeyPathPrefixTreeMap() {
     std::vector<std::unique_ptr<Children>> pending;
     if (m_children)
         pending.push_back(std::move(m_children));
@@ -86,6 +86,10 @@ std::pair<KeyPathPrefixTree*, bool> KeyPathPrefixTree::Walk(KeyPath const& path)
 }
 
 KeyPathPrefixTree* KeyPathPrefixTree::Add(KeyPath const& path, bool concrete) {
+    return AddImpl(path, concrete);
+}
+
+KeyPathPrefixTree* KeyPathPrefixTree::AddImpl(KeyPath const& path, bool concrete) {
     KeyPathPrefixTree* node = Walk(path).first;
     // A new node starts as a prefix, so this also covers a fresh one.
     node->m_value = node->m_value || concrete;
@@ -170,13 +174,18 @@ void KeyPathPrefixTree::VisitBelow(Visit&& visit) const {
     }
 }
 
-std::vector<KeyPath> KeyPathPrefixTree::GetDescendantsWithValue(bool value) const {
-    std::vector<KeyPath> found;
-    VisitBelow([&](KeyPathPrefixTree const& node) {
-        if (node.m_value == value)
-            found.push_back(node.GetKeyPath());
+void KeyPathPrefixTree::GetDescendantsWithValueImpl(KeyPathPrefixTree const& node, bool value,
+                                                    std::vector<KeyPath>& out) {
+    node.VisitBelow([&](KeyPathPrefixTree const& below) {
+        if (below.m_value == value)
+            out.push_back(below.GetKeyPath());
         return Step::Descend;
     });
+}
+
+std::vector<KeyPath> KeyPathPrefixTree::GetDescendantsWithValue(bool value) const {
+    std::vector<KeyPath> found;
+    GetDescendantsWithValueImpl(*this, value, found);
     return found;
 }
 

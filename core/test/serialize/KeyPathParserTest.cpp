@@ -78,6 +78,9 @@ TEST_F(KeyPathParserTest, EveryRefusalWithItsTextAndSource) {
         {kType, "foo", "invalid StoreType\nfoo", passed},
         {kType, "A", "unexpected token\nA", passed},
         {kType, "", "unexpected token", passed},
+        // A member list may not end in a comma.
+        {kType, "P{ i, }", "unexpected token\nP{ i, }", passed},
+        {kType, "M{ a:i, }", "unexpected token\nM{ a:i, }", passed},
         // An unknown letter fails at once, also where a type is optional.
         {kPath, "a:q", "unknown type name", ""},
         {kType, "A<q>", "unknown type name", ""},

@@ -78,6 +78,10 @@ TEST(KeyPathPrefixTreeTest, SearchesAboveAndBelow) {
     EXPECT_EQ(Sorted(tree->FindConcreteRelations(P(u"a/b/x"))), "a a/b");
     EXPECT_TRUE(tree->FindConcreteRelations(P(u"x")).empty());
     EXPECT_EQ(Sorted(tree->FindConcreteRelations(KeyPath())), "a a/b a/b/c/e c/d");
+    // The node of the path itself counts only when concrete.
+    auto const prefixOnly =
+        KeyPathPrefixTree::Make(boost::unordered_set<KeyPath>{P(u"a"), P(u"a/b/c")});
+    EXPECT_EQ(prefixOnly->FindConcreteRelations(P(u"a/b")), (Paths{P(u"a"), P(u"a/b/c")}));
 }
 
 TEST(KeyPathPrefixTreeTest, ChildrenAreFoundByNameTheFirstTypeStays) {

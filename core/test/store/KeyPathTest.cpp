@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <boost/unordered_set.hpp>
+#include <cstdint>
 #include <map>
 #include <thread>
 
@@ -94,6 +95,21 @@ TEST(KeyPathTest, EqualityAndHashIgnoreTypesAndHowThePathWasMade) {
     EXPECT_NE(typed.GetHashValue(), P(u"a/'b c'").GetHashValue());
     EXPECT_NE(P(u"a/b"), P(u"b/a"));
     EXPECT_NE(P(u"a/b").GetHashValue(), P(u"b/a").GetHashValue());
+    // The folds are part of the text forms' key order (unordered sets are
+    // written in iteration order), so their exact values are pinned.
+    auto const fold = [](std::size_t h, std::size_t part) {
+        return h ^ ((h >> 2) + (h << 6) + part + 0x9e3779b9);
+    };
+    KeySegment const a = P(u"a").GetLeafSegment();
+    KeySegment const b = P(u"b:i").GetLeafSegment();
+    EXPECT_EQ(P(u"a/b").GetHashValue(), fold(fold(0, a.GetHashValue()), b.GetHashValue()));
+    EXPECT_EQ(KeyPath().GetHashValue(), 0u);
+    std::uint64_t const t = reinterpret_cast<std::uintptr_t>(b.GetType());
+    std::uint64_t const k = 0x9ddfea08eb382d69ULL;
+    std::uint64_t const lo = (t & 0x1fffffff) * 8 + 8, hi = t >> 32;
+    std::uint64_t const x = (lo ^ hi) * k;
+    std::uint64_t const y = (x ^ hi ^ (x >> 47)) * k;
+    EXPECT_EQ(b.GetTypeAwareHashValue(), fold(b.GetHashValue(), ((y >> 47) ^ y) * k));
     boost::unordered_set<KeyPath> set{typed, other, built, P(u"a")};
     EXPECT_EQ(set.size(), 2u);
     // The hash cache is filled without a lock; racing readers agree.

@@ -81,6 +81,8 @@ public:
 
     // Whether the calling thread is one of this pool's workers.
     bool IsPoolThread() const;
+    // The pool whose worker the calling thread is; null on other threads.
+    static TThreadPool const* CurrentPool() noexcept;
 
     // See the top. Idempotent; throws std::logic_error on one of its workers.
     void Shutdown();

@@ -5,11 +5,11 @@
 // work and returns its future; the future and the queued job share one state,
 // so dropping every future does not cancel the work.
 //
-// Waiting never deadlocks on the pool: if no worker has started the work
-// when Wait is called, the waiter claims it and runs it itself. So a job may
-// wait for work it scheduled even when every worker is busy (or there is only
-// one). The price is that work may run on the waiting thread instead of a
-// worker; it runs exactly once either way.
+// Work runs on the pool's threads, exactly once. Waiting never deadlocks on
+// the pool: when a thread of the pool waits for work that no worker has
+// started, it claims the work and runs it itself, so a job may wait for work
+// it scheduled even when every worker is busy (or there is only one). Other
+// threads just wait.
 //
 // A future may be copied; all copies see the same state, and any number of
 // threads may wait on them at once.
@@ -35,7 +35,8 @@ public:
 
     bool IsValid() const noexcept { return m_state != nullptr; }
 
-    // Returns once the work has run; runs it here if no one has started it.
+    // Returns once the work has run; on a thread of the pool, runs it here if
+    // no one has started it.
     void Wait() const;
     // Waits at most `timeout` (a negative one counts as zero), without ever
     // running the work here; true when it has run.

@@ -26,11 +26,20 @@ namespace qel::core {
 
 class TransformSpec;
 
-class KeyPathPrefixTree {
+// The trie node over values of type V. Only the boolean, single-valued form
+// exists (a node is concrete or a prefix): that is KeyPathPrefixTree.
+template <class V, bool kMultiValued>
+class KeyPathPrefixTreeMap;
+template <>
+class KeyPathPrefixTreeMap<bool, false>;
+using KeyPathPrefixTree = KeyPathPrefixTreeMap<bool, false>;
+
+template <>
+class KeyPathPrefixTreeMap<bool, false> {
 public:
-    ~KeyPathPrefixTree();
-    KeyPathPrefixTree(KeyPathPrefixTree const&) = delete;
-    KeyPathPrefixTree& operator=(KeyPathPrefixTree const&) = delete;
+    ~KeyPathPrefixTreeMap();
+    KeyPathPrefixTreeMap(KeyPathPrefixTreeMap const&) = delete;
+    KeyPathPrefixTreeMap& operator=(KeyPathPrefixTreeMap const&) = delete;
 
     // An empty tree: a root that is not concrete.
     static std::unique_ptr<KeyPathPrefixTree> Make();
@@ -100,7 +109,13 @@ public:
 private:
     struct Children;
 
-    KeyPathPrefixTree(KeyPathPrefixTree* parent, KeySegment const& segment);
+    KeyPathPrefixTreeMap(KeyPathPrefixTree* parent, KeySegment const& segment);
+
+    KeyPathPrefixTree* AddImpl(KeyPath const& path, bool concrete);
+    // Every node strictly below `node` whose value is `value`, depth first
+    // from a stack of its own: a chain may be far deeper than the call stack.
+    static void GetDescendantsWithValueImpl(KeyPathPrefixTree const& node, bool value,
+                                            std::vector<KeyPath>& out);
 
     KeyPathPrefixTree const* FindChild(KeySegment const& segment) const;
     std::pair<KeyPathPrefixTree*, bool> Walk(KeyPath const& path);
