@@ -1,11 +1,8 @@
 #pragma once
 
 // Texts of keys, functions and refusals, so that each expectation of the
-// transform tests is one readable line; and a field-by-field comparison of
-// transform trees for the round trips.
+// transform tests is one readable line.
 
-#include <algorithm>
-#include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -17,6 +14,7 @@
 #include "qel/core/store/StoreValue.h"
 #include "qel/core/vtl/FunctionSpec.h"
 #include "qel/core/vtl/KeyPathSerializer.h"
+#include "qel/core/vtl/TransformCompare.h"
 #include "qel/core/vtl/TransformSpec.h"
 
 namespace qel::core::test {
@@ -55,82 +53,10 @@ inline std::string Call(FunctionSpec const* function) {
     return text;
 }
 
-// Names and types of every segment: KeyPath's own equality reads names only.
-inline bool SameKeys(std::vector<KeyPath> const& a, std::vector<KeyPath> const& b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](auto const& x, auto const& y) {
-        return std::equal(x.GetSegments().begin(), x.GetSegments().end(), y.GetSegments().begin(),
-                          y.GetSegments().end(),
-                          [](auto const& s, auto const& t) { return s.TypeAwareEquals(t); });
-    });
-}
-
-// Same type, special kind and text; IsEqual alone would not do, since it
-// reads base types only (collation and decimal format are lost), lets a NaN
-// match any real and calls 0 and -0 equal. IsEqual still decides numbers, as
-// a Real32's text keeps only 8 digits. Strings are judged by their text: a
-// collator may call two texts equal, and the pool may know only the default.
-inline bool SameValue(StoreValue const* a, StoreValue const* b) {
-    if (a == nullptr || b == nullptr)
-        return a == b;
-    return a->GetType() == b->GetType() && a->GetSpecialKind() == b->GetSpecialKind() &&
-           FormatPrimitive(*a) == FormatPrimitive(*b) &&
-           (a->GetStoreType() == StoreType::String || a->IsEqual(*b));
-}
-
-// The first differing part of two functions, "" when they agree.
-inline std::string FunctionDifference(FunctionSpec const* a, FunctionSpec const* b) {
-    if (a == nullptr || b == nullptr)
-        return a == b ? "" : "function";
-    if (a->GetFunctionId() != b->GetFunctionId())
-        return "function id";
-    auto const& x = a->GetFunctionInputs();
-    auto const& y = b->GetFunctionInputs();
-    if (x.size() != y.size())
-        return "function argument count";
-    for (std::size_t i = 0; i < x.size(); ++i) {
-        bool const same =
-            x[i].IsKey() ? y[i].IsKey() && SameKeys({x[i].GetKeyPath()}, {y[i].GetKeyPath()})
-                         : !y[i].IsKey() && SameValue(x[i].GetValue().get(), y[i].GetValue().get());
-        if (!same)
-            return "function argument " + std::to_string(i);
-    }
-    return "";
-}
-
-// Two transform lists compared field by field, children recursively. "" when
-// equal, else where and what: "[2][0] value" is the value of the first child
-// of the third transform. TransformSpec has no operator== of its own.
+// FindTransformDifference as a std::string, for EXPECT_EQ against "".
 inline std::string TransformDifference(std::vector<TransformSpec> const& a,
-                                       std::vector<TransformSpec> const& b,
-                                       std::string const& at = "") {
-    if (a.size() != b.size())
-        return (at.empty() ? "transforms " : at + " children ") + std::to_string(a.size()) +
-               " vs " + std::to_string(b.size());
-    for (std::size_t i = 0; i < a.size(); ++i) {
-        TransformSpec const& x = a[i];
-        TransformSpec const& y = b[i];
-        std::string const here = at + "[" + std::to_string(i) + "]";
-        std::string field;
-        if (x.GetOperatorType() != y.GetOperatorType())
-            field = "operator";
-        else if (!SameKeys(x.GetInputs(), y.GetInputs()))
-            field = "inputs";
-        else if (!SameKeys(x.GetOutputs(), y.GetOutputs()))
-            field = "outputs";
-        else if (!SameValue(x.GetValue().get(), y.GetValue().get()))
-            field = "value";
-        else if (x.GetComment() != y.GetComment())
-            field = "comment";
-        else
-            field = FunctionDifference(x.GetFunctionSpec().get(), y.GetFunctionSpec().get());
-        if (!field.empty())
-            return here + " " + field;
-        std::string inner =
-            TransformDifference(x.GetChildTransforms(), y.GetChildTransforms(), here);
-        if (!inner.empty())
-            return inner;
-    }
-    return "";
+                                       std::vector<TransformSpec> const& b) {
+    return FindTransformDifference(a, b).toStdString();
 }
 
 // "<what()> | <condition> @ <source without line>", with "logic: " in front

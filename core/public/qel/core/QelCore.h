@@ -50,6 +50,7 @@
 #include "qel/core/vtl/KeyPathTypeLookup.h"
 #include "qel/core/vtl/OperatorType.h"
 #include "qel/core/vtl/SortSpecTypes.h"
+#include "qel/core/vtl/TransformCompare.h"
 #include "qel/core/vtl/TransformSpec.h"
 #include "qel/core/vtl/ValueSpec.h"
 #include "qel/core/vtl/Visitors.h"
