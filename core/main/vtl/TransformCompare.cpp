@@ -25,13 +25,19 @@ bool SameKeys(std::vector<KeyPath> const& a, std::vector<KeyPath> const& b) {
 // decimal format is lost), lets a NaN match any real and calls 0 and -0
 // equal. It still decides numbers, as a Real32's text keeps only 8 digits.
 // Strings are judged by their text alone: a collator may call two texts
-// equal, or may not be installed for the value's locale at all.
+// equal, or may not be installed for the value's locale at all. A value
+// with no text (an external value, a collection built in memory) has no
+// equality of its own either: only the same object counts as the same.
 bool SameValue(StoreValue const* a, StoreValue const* b) {
     if (a == nullptr || b == nullptr)
         return a == b;
-    return a->GetType() == b->GetType() && a->GetSpecialKind() == b->GetSpecialKind() &&
-           FormatPrimitive(*a) == FormatPrimitive(*b) &&
-           (a->GetStoreType() == StoreType::String || a->IsEqual(*b));
+    if (a->GetType() != b->GetType() || a->GetSpecialKind() != b->GetSpecialKind())
+        return false;
+    StoreType const storeType = a->GetStoreType();
+    if (!a->IsSpecial() && (!IsPrimitiveStoreType(storeType) || storeType == StoreType::External))
+        return a == b;
+    return FormatPrimitive(*a) == FormatPrimitive(*b) &&
+           (storeType == StoreType::String || a->IsEqual(*b));
 }
 
 std::string FunctionDifference(FunctionSpec const* a, FunctionSpec const* b) {

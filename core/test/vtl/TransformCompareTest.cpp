@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "core/test/vtl/VtlTestUtil.h"
+#include "qel/core/store/ArrayFactory.h"
+#include "qel/core/types/Type.h"
 #include "qel/core/vtl/VtlParser.h"
 
 namespace qel::core {
@@ -44,6 +46,21 @@ TEST(TransformCompareTest, SeesEachField) {
         // Counts are told in the order given; only their presence is symmetric.
         EXPECT_EQ(test::TransformDifference(b, a).empty(), *difference == '\0') << right;
     }
+}
+
+// A literal with no text of its own (built in memory) has no equality
+// either: it is the same only as itself, and comparing never throws.
+TEST(TransformCompareTest, ValuesWithoutText) {
+    auto const program = [](std::shared_ptr<StoreValue> const& value) {
+        return std::vector<TransformSpec>{TransformSpec(
+            OperatorType::Constant, KeyPath(), KeyPath::ParseString(U("x")), nullptr, value)};
+    };
+    auto const array = [] {
+        return factory::MakeArray(IntType::Get32(), std::vector<unsigned int>{1, 2});
+    };
+    auto const shared = array();
+    EXPECT_EQ(test::TransformDifference(program(shared), program(shared)), "");
+    EXPECT_EQ(test::TransformDifference(program(shared), program(array())), "[0] value");
 }
 
 }  // namespace

@@ -4,9 +4,9 @@
 // know that the rewrite kept the meaning (a formatter, a round trip). Keys
 // compare by name and type of every segment (KeyPath's own equality reads
 // names only); literals by type, special kind and text, and numbers by value
-// too; functions by name and arguments; children recursively; comments by
-// text. TransformSpec itself has no operator==: which of these a caller needs
-// depends on the caller.
+// too (a literal with no text, built in memory, only by identity); functions by name and arguments;
+// children recursively; comments by text. TransformSpec itself has no operator==: which of these a
+// caller needs depends on the caller.
 
 #include <vector>
 
