@@ -32,36 +32,37 @@ inline bool WritesBackWhole(qel::core::KeyPath const& path) {
     return true;
 }
 
-inline bool WritesBackWhole(std::vector<qel::core::TransformSpec> const& program,
-                            bool indented = false) {
-    for (auto const& spec : program) {
-        if (indented &&
-            (spec.GetComment().indexOf(u'\'') >= 0 || spec.GetComment().indexOf(u'\\') >= 0))
-            return false;
-        if (spec.GetOperatorType() == qel::core::OperatorType::NoOp &&
+inline bool WritesBackWhole(std::vector<qel::core::TransformSpec> const& program) {
+    using qel::core::IsPrimitiveStoreType;
+    using qel::core::TransformSpec;
+    bool whole = true;
+    auto const key = [&whole](qel::core::KeyPath const& path) {
+        whole = whole && WritesBackWhole(path);
+    };
+    // Inputs include the function's key arguments; its literals are checked
+    // here.
+    auto const transform = [&whole](TransformSpec const& spec) {
+        bool const emptyNoOp =
+            spec.GetOperatorType() == qel::core::OperatorType::NoOp &&
             (spec.GetComment().isEmpty() || !spec.GetInputs().empty() ||
-             !spec.GetOutputs().empty() || spec.GetFunctionSpec() || spec.GetValue()))
-            return false;
-        for (auto const* keys : {&spec.GetInputs(), &spec.GetOutputs()}) {
-            for (auto const& key : *keys) {
-                if (!WritesBackWhole(key))
-                    return false;
-            }
-        }
-        if (spec.GetValue() && !qel::core::IsPrimitiveStoreType(spec.GetValue()->GetStoreType()))
-            return false;
+             !spec.GetOutputs().empty() || spec.GetFunctionSpec() || spec.GetValue());
+        whole = whole && !emptyNoOp &&
+                !(spec.GetValue() && !IsPrimitiveStoreType(spec.GetValue()->GetStoreType()));
         if (auto const& function = spec.GetFunctionSpec()) {
-            for (auto const& input : function->GetFunctionInputs()) {
-                if (input.IsKey()
-                        ? !WritesBackWhole(input.GetKeyPath())
-                        : !qel::core::IsPrimitiveStoreType(input.GetValue()->GetStoreType()))
-                    return false;
-            }
+            for (auto const& input : function->GetFunctionInputs())
+                whole = whole &&
+                        (input.IsKey() || IsPrimitiveStoreType(input.GetValue()->GetStoreType()));
         }
-        if (!WritesBackWhole(spec.GetChildTransforms(), true))
-            return false;
-    }
-    return true;
+    };
+    auto const indentedComment = [&whole](TransformSpec const& spec) {
+        whole =
+            whole && spec.GetComment().indexOf(u'\'') < 0 && spec.GetComment().indexOf(u'\\') < 0;
+    };
+    qel::core::Visitors::PreOrderVisit(transform, key, key, program, true);
+    for (auto const& spec : program)
+        qel::core::Visitors::PreOrderVisit(indentedComment, nullptr, nullptr,
+                                           spec.GetChildTransforms(), true);
+    return whole;
 }
 
 // A graph line reads its leading integers as ids, so an edge key whose first
