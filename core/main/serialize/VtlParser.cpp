@@ -26,19 +26,33 @@ constexpr char16_t kBlank = u' ';
 // ---------------------------------------------------------------------------
 // Cutting the text into logical lines
 
+// One logical line and the number of the physical line it begins on, which
+// is what an author is shown when the line is refused.
+struct LogicalLine {
+    TStringCore text;
+    int firstLine = 0;
+};
+
 // A line feed inside single quotes belongs to the string, so the text cannot
 // simply be split at line feeds. A comment that starts a physical line is
 // taken as it stands: an apostrophe in prose must not open a string that
 // would swallow the lines below it.
-std::vector<TStringCore> CutLogicalLines(TStringCore const& text) {
-    std::vector<TStringCore> lines;
+std::vector<LogicalLine> CutLogicalLines(TStringCore const& text) {
+    std::vector<LogicalLine> lines;
     TStringCore current;
+    int physicalLine = 1;
+    int firstLine = 1;
     bool inQuote = false;
     bool escaped = false;
     bool inComment = false;
+    auto const append = [&](char16_t unit) {
+        if (current.isEmpty())
+            firstLine = physicalLine;
+        current.append(unit);
+    };
     auto const record = [&] {
         if (!current.isEmpty())
-            lines.push_back(UnquoteString(current));
+            lines.push_back({UnquoteString(current), firstLine});
         current = TStringCore();
         escaped = false;
         inComment = false;
@@ -50,19 +64,21 @@ std::vector<TStringCore> CutLogicalLines(TStringCore const& text) {
         if (lineStart && unit == u'/' && i + 1 < size && text[i + 1] == u'/')
             inComment = true;
         if (escaped) {
-            current.append(unit);
+            append(unit);
             escaped = false;
         } else if (unit == u'\\' && !inComment) {
-            current.append(unit);
+            append(unit);
             escaped = true;
         } else if (unit == u'\'' && !inComment) {
-            current.append(unit);
+            append(unit);
             inQuote = !inQuote;
         } else if (inQuote || unit != kLineFeed) {
-            current.append(unit);
+            append(unit);
         } else {
             record();
         }
+        if (unit == kLineFeed)
+            ++physicalLine;
     }
     record();
     return lines;
@@ -257,10 +273,19 @@ std::size_t LevelOf(TStringCore const& line) {
 }  // namespace
 
 std::vector<TransformSpec> ParseVtlList(TStringCore const& text, bool keepComments) {
+    return ParseVtlList(text, keepComments, nullptr);
+}
+
+std::vector<TransformSpec> ParseVtlList(TStringCore const& text, bool keepComments,
+                                        int* refusedLine) {
+    int ignored = 0;
+    int& at = refusedLine != nullptr ? *refusedLine : ignored;
     ParserStateTracker parser;
-    for (TStringCore const& line : CutLogicalLines(text)) {
+    for (LogicalLine const& logical : CutLogicalLines(text)) {
+        TStringCore const& line = logical.text;
         if (line.trimmed().isEmpty())
             continue;
+        at = logical.firstLine;
         std::size_t const currentLevel = LevelOf(line);
         TransformSpec spec = ParseVtlLine(line);
         if (!keepComments && spec.GetOperatorType() == OperatorType::NoOp)
@@ -275,6 +300,7 @@ std::vector<TransformSpec> ParseVtlList(TStringCore const& text, bool keepCommen
         }
         parser.AddTransform(std::move(spec));
     }
+    at = 0;
     return parser.Finish();
 }
 

@@ -11,10 +11,6 @@
 #include "qel/core/vtl/VtlScanner.h"
 #include "qel/core/vtl/VtlSerializer.h"
 
-// A section border check: the condition's text is also the details.
-#define QEL_VALIDATE_PAYLOAD(cond) \
-    QEL_VALIDATE(cond, QelError::VTLPayloadContainsInvalidContent, "(" #cond ")")
-
 namespace qel::core {
 
 namespace {
@@ -39,6 +35,60 @@ boost::container::small_vector<std::uint32_t, 4> ParseIntList(VtlScanner& scanne
     return ids;
 }
 
+// Calls `read` with each non-empty line of a section body and the number of
+// its physical line in the payload; `firstLine` is the line on which the
+// body begins. `at` follows the line being read, so that a refusal can be
+// shown where it stands.
+template <class Read>
+void ForEachBodyLine(TStringCore const& body, int firstLine, int& at, Read&& read) {
+    int number = firstLine;
+    for (TStringCore const& line : body.split(u'\n', sys::SplitBehavior::KeepEmptyParts)) {
+        if (!line.isEmpty()) {
+            at = number;
+            read(line);
+        }
+        ++number;
+    }
+}
+
+GraphEdge ParseGraphLine(TStringCore const& line) {
+    VtlScanner scanner{TStringCore(line)};
+    auto const sourceIds = ParseIntList(scanner, line);
+    QEL_VALIDATE_LOGIC(sourceIds.size() <= 1, QelError::ABufferMayOnlyHaveASingle, line);
+    scanner.Next(VtlTokenType::Comma, line);
+    GraphEdge edge;
+    edge.targetIds = ParseIntList(scanner, line);
+    edge.key = KeyPathParser::ParseKeyPath(scanner, line);
+    scanner.Next(VtlTokenType::Comma, line);
+    TStringCore const& letter = scanner.Next(VtlTokenType::Identifier, line).GetString();
+    edge.bufferType = VtlPayloadUtils::CharToBufferType(letter.isEmpty() ? u'\0' : letter[0]);
+    edge.sourceId = sourceIds.empty() ? GraphEdge::NullSourceId : sourceIds.front();
+    return edge;
+}
+
+std::vector<GraphEdge> ParseGraphBody(TStringCore const& body, int firstLine, int& at) {
+    std::vector<GraphEdge> edges;
+    ForEachBodyLine(body, firstLine, at,
+                    [&](TStringCore const& line) { edges.push_back(ParseGraphLine(line)); });
+    return edges;
+}
+
+boost::unordered_set<KeyPath> ParseKeysBody(TStringCore const& body, int firstLine, int& at) {
+    boost::unordered_set<KeyPath> keys;
+    ForEachBodyLine(body, firstLine, at, [&](TStringCore const& line) {
+        keys.insert(KeyPathParser::MakeKeyPath(line));
+    });
+    return keys;
+}
+
+// The 1-based number of the physical line that holds `index`.
+int LineOf(TStringCore const& text, int index) {
+    int line = 1;
+    for (int i = 0; i < index && i < text.size(); ++i)
+        line += text[i] == u'\n' ? 1 : 0;
+    return line;
+}
+
 }  // namespace
 
 char16_t VtlPayloadUtils::BufferTypeToChar(BufferType type) {
@@ -48,12 +98,12 @@ char16_t VtlPayloadUtils::BufferTypeToChar(BufferType type) {
         case BufferType::I:
             return u'i';
     }
-    QEL_VALIDATE_LOGIC(type == BufferType::C || type == BufferType::I, QelError::InvalidEnumValue);
+    QEL_VALIDATE_LOGIC(type == BufferType::C || type == BufferType::I, QelError::Unspecified);
     return u'c';
 }
 
 BufferType VtlPayloadUtils::CharToBufferType(char16_t letter) {
-    QEL_VALIDATE_LOGIC(letter == u'c' || letter == u'i', QelError::InvalidEnumValue);
+    QEL_VALIDATE_LOGIC(letter == u'c' || letter == u'i', QelError::Unspecified);
     return letter == u'c' ? BufferType::C : BufferType::I;
 }
 
@@ -89,31 +139,13 @@ TStringCore VtlPayloadUtils::SerializeKeys(boost::unordered_set<KeyPath> const& 
 }
 
 std::vector<GraphEdge> VtlPayloadUtils::ParseGraph(TStringCore const& text) {
-    std::vector<GraphEdge> edges;
-    for (TStringCore const& line : text.split(u'\n', sys::SplitBehavior::SkipEmptyParts)) {
-        VtlScanner scanner{TStringCore(line)};
-        auto const sourceIds = ParseIntList(scanner, line);
-        QEL_VALIDATE_LOGIC(sourceIds.size() <= 1, QelError::ABufferMayOnlyHaveASingle, line);
-        scanner.Next(VtlTokenType::Comma, line);
-        GraphEdge edge;
-        edge.targetIds = ParseIntList(scanner, line);
-        edge.key = KeyPathParser::ParseKeyPath(scanner, line);
-        scanner.Next(VtlTokenType::Comma, line);
-        TStringCore const& letter = scanner.Next(VtlTokenType::Identifier, line).GetString();
-        edge.bufferType = CharToBufferType(letter.isEmpty() ? u'\0' : letter[0]);
-        edge.sourceId = sourceIds.empty() ? GraphEdge::NullSourceId : sourceIds.front();
-        edges.push_back(std::move(edge));
-    }
-    return edges;
+    int at = 0;
+    return ParseGraphBody(text, 1, at);
 }
 
 boost::unordered_set<KeyPath> VtlPayloadUtils::ParseKeys(TStringCore const& text) {
-    boost::unordered_set<KeyPath> keys;
-    if (text.isEmpty())
-        return keys;
-    for (TStringCore const& part : text.split(u'\n', sys::SplitBehavior::SkipEmptyParts))
-        keys.insert(KeyPathParser::MakeKeyPath(part));
-    return keys;
+    int at = 0;
+    return ParseKeysBody(text, 1, at);
 }
 
 TStringCore MakeVtlPayload(std::vector<TransformSpec> const& transforms,
@@ -133,6 +165,15 @@ TStringCore MakeVtlPayload(std::vector<TransformSpec> const& transforms,
 
 void ParseVtlPayload(TStringCore const& payload, std::vector<TransformSpec>& transforms,
                      std::vector<GraphEdge>& edges, boost::unordered_set<KeyPath>& updatableKeys) {
+    ParseVtlPayload(payload, transforms, edges, updatableKeys, nullptr);
+}
+
+void ParseVtlPayload(TStringCore const& payload, std::vector<TransformSpec>& transforms,
+                     std::vector<GraphEdge>& edges, boost::unordered_set<KeyPath>& updatableKeys,
+                     int* refusedLine) {
+    int ignored = 0;
+    int& at = refusedLine != nullptr ? *refusedLine : ignored;
+    at = 0;
     auto const scope = OpenMetricsScope("qel_core_ParseVtlPayload");
     TStringCore const graphMarker(kGraphMarker);
     TStringCore const keysMarker(kKeysMarker);
@@ -145,21 +186,35 @@ void ParseVtlPayload(TStringCore const& payload, std::vector<TransformSpec>& tra
     int const graphStart = payload.indexOf(graphMarker, 0);
     int const graphMarkerLen = graphMarker.size();
     int const graphEnd = payload.indexOf(keysBorder, graphStart + 1);
-    QEL_VALIDATE_PAYLOAD(graphStart >= 0 && graphEnd >= graphStart + graphMarkerLen);
+    QEL_VALIDATE_SHOWN(graphStart >= 0 && graphEnd >= graphStart + graphMarkerLen,
+                       QelError::VTLPayloadContainsInvalidContent);
 
     int const updKeysStart = payload.indexOf(keysMarker, graphEnd);
     int const updKeysMarkerLen = keysMarker.size();
     int const updKeysEnd = payload.indexOf(vtlBorder, updKeysStart + 1);
-    QEL_VALIDATE_PAYLOAD(updKeysStart > graphEnd && updKeysEnd >= updKeysStart + updKeysMarkerLen);
+    QEL_VALIDATE_SHOWN(updKeysStart > graphEnd && updKeysEnd >= updKeysStart + updKeysMarkerLen,
+                       QelError::VTLPayloadContainsInvalidContent);
 
     int const vtlStart = payload.indexOf(vtlMarker, updKeysEnd);
-    QEL_VALIDATE_PAYLOAD(vtlStart > updKeysEnd);
+    QEL_VALIDATE_SHOWN(vtlStart > updKeysEnd, QelError::VTLPayloadContainsInvalidContent);
 
     int const graphBody = graphStart + graphMarkerLen;
-    edges = VtlPayloadUtils::ParseGraph(payload.mid(graphBody, graphEnd - graphBody));
+    edges = ParseGraphBody(payload.mid(graphBody, graphEnd - graphBody), LineOf(payload, graphBody),
+                           at);
     int const keysBody = updKeysStart + updKeysMarkerLen;
-    updatableKeys = VtlPayloadUtils::ParseKeys(payload.mid(keysBody, updKeysEnd - keysBody));
-    transforms = ParseVtlList(payload.mid(vtlStart + vtlMarker.size() + 1), false);
+    updatableKeys =
+        ParseKeysBody(payload.mid(keysBody, updKeysEnd - keysBody), LineOf(payload, keysBody), at);
+    int const vtlBody = vtlStart + vtlMarker.size() + 1;
+    int bodyLine = 0;
+    at = 0;
+    try {
+        transforms = ParseVtlList(payload.mid(vtlBody), false, &bodyLine);
+    } catch (...) {
+        if (bodyLine > 0)
+            at = LineOf(payload, vtlBody) + bodyLine - 1;
+        throw;
+    }
+    at = 0;
 }
 
 }  // namespace qel::core

@@ -65,10 +65,10 @@ void BuildFunction(TStringCore& out, FunctionSpec const& function, KeyPathSerial
             AppendKey(out, valuespec.GetKeyPath(), cache);
             continue;
         }
-        QEL_VALIDATE(IsPrimitiveStoreType(valuespec.GetValue()->GetStoreType()),
-                     QelError::OperatorTypeMustBeAPrimitive);
-        QEL_VALIDATE_NOT(valuespec.GetValue()->GetStoreType() == StoreType::External,
-                         QelError::OperatorTypeMustNotBeExternal);
+        QEL_VALIDATE_SHOWN(IsPrimitiveStoreType(valuespec.GetValue()->GetStoreType()),
+                           QelError::OperatorTypeMustBeAPrimitive);
+        QEL_VALIDATE_NOT_SHOWN(valuespec.GetValue()->GetStoreType() == StoreType::External,
+                               QelError::OperatorTypeMustNotBeExternal);
         // The reader cannot infer an argument's type from the function, so a
         // literal argument always carries it.
         out += u':';
@@ -95,10 +95,10 @@ void TransformToStringWithCache(TStringCore& out, int level, TransformSpec const
         out.append(u"-> ", 3);
         out += OperatorTypeToString(op);
         if (spec.GetValue()) {
-            QEL_VALIDATE(IsPrimitiveStoreType(spec.GetValue()->GetStoreType()),
-                         QelError::OperatorTypeMustBeAPrimitive);
-            QEL_VALIDATE_NOT(spec.GetValue()->GetStoreType() == StoreType::External,
-                             QelError::OperatorTypeMustNotBeExternal);
+            QEL_VALIDATE_SHOWN(IsPrimitiveStoreType(spec.GetValue()->GetStoreType()),
+                               QelError::OperatorTypeMustBeAPrimitive);
+            QEL_VALIDATE_NOT_SHOWN(spec.GetValue()->GetStoreType() == StoreType::External,
+                                   QelError::OperatorTypeMustNotBeExternal);
             out.append(u" :", 2);
             out += BuildPrimitiveValue(*spec.GetValue());
             // Operators with a fixed literal type let the reader supply it;

@@ -226,6 +226,26 @@ TEST(VtlParserTest, LogicalLines) {
               At("operator argument type spec not found", "(type) != nullptr"));
 }
 
+// The physical line on which the refused logical line begins: blank lines,
+// comments and line feeds inside quotes all count.
+TEST(VtlParserTest, RefusedLineNumbers) {
+    auto const refusedAt = [](std::string const& text) {
+        int line = -1;
+        try {
+            ParseVtlList(U(text), false, &line);
+        } catch (QelException const&) {
+            return line;
+        }
+        return -line;
+    };
+    EXPECT_EQ(refusedAt("a -> copy -> b\n"), 0);
+    EXPECT_EQ(refusedAt("a b\n"), 1);
+    EXPECT_EQ(refusedAt("// c\n\n  \na -> copy -> b\nb -> mapp -> c\n"), 5);
+    EXPECT_EQ(refusedAt("-> copy -> a\n // it's\nz' -> copy -> b\n-> mapp -> c\n"), 4);
+    EXPECT_EQ(refusedAt("-> constant :'x\\ny':s -> a\n-> constant :'a\nb':s -> x\n"), 2);
+    EXPECT_EQ(refusedAt("-> copy -> a\n\n  -> copy -> b"), 3);
+}
+
 // Text that may be refused: nothing but the library's refusals may escape.
 void Survives(TStringCore const& text) {
     try {

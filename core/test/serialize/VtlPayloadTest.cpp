@@ -168,7 +168,7 @@ TEST(VtlPayloadTest, EveryRefusal) {
          "(sourceIds.size() <= 1)" +
              src},
         {"(graph)\n,a,x\n(updatable-keys)\n(vtl)\n",
-         "logic: invalid enum value | (letter == u'c' || letter == u'i')" + src},
+         "logic: unspecified Vantrel Runtime error | (letter == u'c' || letter == u'i')" + src},
         // A bad key line fails as MakeKeyPath.
         {"(graph)\n(updatable-keys)\na b\n(vtl)\n",
          "unexpected token\na b | (scanner.Next() == VtlToken::End) @ Source: "
@@ -181,7 +181,29 @@ TEST(VtlPayloadTest, EveryRefusal) {
     for (Row const& row : rows)
         EXPECT_EQ(Refused([&] { Parse(row.text); }), row.refusal) << row.text;
     EXPECT_EQ(Refused([] { VtlPayloadUtils::BufferTypeToChar(static_cast<BufferType>(2)); }),
-              "logic: invalid enum value | (type == BufferType::C || type == BufferType::I)" + src);
+              "logic: unspecified Vantrel Runtime error | (type == BufferType::C || type == "
+              "BufferType::I)" +
+                  src);
+}
+
+// A refused line of any section is numbered in the whole payload.
+TEST(VtlPayloadTest, RefusedLineNumbers) {
+    auto const refusedAt = [](std::string const& text) {
+        Read read;
+        int line = -1;
+        try {
+            ParseVtlPayload(U(text), read.transforms, read.edges, read.keys, &line);
+        } catch (QelException const&) {
+            return line;
+        }
+        return -line;
+    };
+    std::string const keys = "(updatable-keys)\na\n\nb\n";
+    EXPECT_EQ(refusedAt("(graph)\n,1,a,c\n" + keys + "(vtl)\na -> copy -> b\n"), 0);
+    EXPECT_EQ(refusedAt("\n(graph)\n,1,a,c\n\n1,x\n" + keys + "(vtl)\n"), 5);
+    EXPECT_EQ(refusedAt("(graph)\n" + keys + "c d\n(vtl)\n"), 6);
+    EXPECT_EQ(refusedAt("(graph)\n" + keys + "(vtl)\na -> copy -> b\n\nb c\n"), 9);
+    EXPECT_EQ(refusedAt("(graph)\n(vtl)\n(updatable-keys)\n"), 0);
 }
 
 TEST(VtlPayloadTest, FailureLeavesWhatWasReplaced) {

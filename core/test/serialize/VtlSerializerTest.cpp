@@ -153,15 +153,22 @@ TEST(VtlSerializerTest, Refusals) {
         return test::Refused(
             [&] { FunctionToString(*FunctionSpec::Make(RInternString(u"f"), value)); });
     };
-    std::string const at = " @ Source: core/main/serialize/VtlSerializer";
-    std::string const primitive = "operator type must be a primitive | (IsPrimitiveStoreType(";
-    std::string const notExternal = "operator type must not be external | !(";
-    std::string const type = ".GetValue()->GetStoreType()";
-    EXPECT_EQ(test::Refused([&] { Literal(array); }), primitive + "spec" + type + "))" + at);
+    // The failed condition is both the details and the logged condition.
+    auto const refusal = [](std::string const& message, std::string const& condition) {
+        return message + "\n" + condition + " | " + condition +
+               " @ Source: core/main/serialize/VtlSerializer";
+    };
+    std::string const primitive = "operator type must be a primitive";
+    std::string const notExternal = "operator type must not be external";
+    EXPECT_EQ(test::Refused([&] { Literal(array); }),
+              refusal(primitive, "(IsPrimitiveStoreType(spec.GetValue()->GetStoreType()))"));
     EXPECT_EQ(test::Refused([&] { Literal(external); }),
-              notExternal + "spec" + type + " == StoreType::External)" + at);
-    EXPECT_EQ(inCall(array), primitive + "valuespec" + type + "))" + at);
-    EXPECT_EQ(inCall(external), notExternal + "valuespec" + type + " == StoreType::External)" + at);
+              refusal(notExternal, "!(spec.GetValue()->GetStoreType() == StoreType::External)"));
+    EXPECT_EQ(inCall(array),
+              refusal(primitive, "(IsPrimitiveStoreType(valuespec.GetValue()->GetStoreType()))"));
+    EXPECT_EQ(
+        inCall(external),
+        refusal(notExternal, "!(valuespec.GetValue()->GetStoreType() == StoreType::External)"));
 }
 
 // Texts that read well but lose something on the way through the writer,
@@ -188,7 +195,9 @@ TEST(VtlSerializerTest, LossesOfTheWrittenForm) {
         {"//", "transforms 1 vs 0"},
         {"''/a -> copy -> x", "[0] inputs"},
         {"-> block :b ->\n  // it's\n  // isn't\n-> copy -> z", "transforms 2 vs 1"},
-        {"-> constant :Null:A<i> -> x", "operator type must be a primitive"}};
+        {"-> constant :Null:A<i> -> x",
+         "operator type must be a "
+         "primitive\n(IsPrimitiveStoreType(spec.GetValue()->GetStoreType()))"}};
     for (auto const& [text, loss] : cases) {
         auto const first = ParseVtlList(U(text), true);
         std::string found;

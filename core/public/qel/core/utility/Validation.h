@@ -13,6 +13,10 @@
 //   QEL_VALIDATE_LE(a, b, code[, details])       "(a) <= (b)"
 //   QEL_VALIDATE_RANGE(v, lo, hi, code[, details])  "(v) >= (lo) && (v) <= (hi)"
 //   QEL_VALIDATION_FAILED(code[, details])       no condition
+//   QEL_VALIDATE_SHOWN(cond, code)               as QEL_VALIDATE, with the
+//   QEL_VALIDATE_NOT_SHOWN(cond, code)           condition text as details too,
+//                                                where callers are told which
+//                                                check refused them
 //   QEL_VALIDATE_LOGIC(cond, code[, details])    as QEL_VALIDATE, but throws
 //                                                QelLogicException: for states
 //                                                that correct callers never reach
@@ -82,11 +86,15 @@ constexpr std::string_view SourcePath(std::string_view file) {
                 error __VA_OPT__(, ::qel::core::TStringCore(__VA_ARGS__)));         \
     } while (false)
 
+#define QEL_VALIDATE_SHOWN(cond, error) QEL_VALIDATE(cond, error, "(" #cond ")")
+
 #define QEL_VALIDATE_NOT(cond, error, ...)                                                  \
     do {                                                                                    \
         if (cond) [[unlikely]]                                                              \
             QEL_DETAIL_VALIDATION_FAILED("!(" #cond ")", error __VA_OPT__(, ) __VA_ARGS__); \
     } while (false)
+
+#define QEL_VALIDATE_NOT_SHOWN(cond, error) QEL_VALIDATE_NOT(cond, error, "!(" #cond ")")
 
 #define QEL_VALIDATE_NOT_NULL(ptr, error, ...)                              \
     do {                                                                    \

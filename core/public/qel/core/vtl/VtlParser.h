@@ -33,6 +33,13 @@ namespace qel::core {
 // text, or one of blank lines only, gives no transforms.
 std::vector<TransformSpec> ParseVtlList(TStringCore const& text, bool keepComments);
 
+// As above, for tools that show a refusal where it stands: when a line is
+// refused, `*refusedLine` holds the 1-based number of the physical line of
+// `text` on which the refused logical line begins; after success, and for a
+// refusal that concerns no line, it holds 0. `refusedLine` may be null.
+std::vector<TransformSpec> ParseVtlList(TStringCore const& text, bool keepComments,
+                                        int* refusedLine);
+
 // One logical line as one transform, without children; leading blanks are
 // skipped.
 TransformSpec ParseVtlLine(TStringCore const& line);

@@ -70,6 +70,13 @@ TStringCore MakeVtlPayload(std::vector<TransformSpec> const& transforms,
 void ParseVtlPayload(TStringCore const& payload, std::vector<TransformSpec>& transforms,
                      std::vector<GraphEdge>& edges, boost::unordered_set<KeyPath>& updatableKeys);
 
+// As above, for tools that show a refusal where it stands: when a line of a
+// section is refused, `*refusedLine` holds its 1-based number in `payload`;
+// after success, and for a refusal of the markers, it holds 0. May be null.
+void ParseVtlPayload(TStringCore const& payload, std::vector<TransformSpec>& transforms,
+                     std::vector<GraphEdge>& edges, boost::unordered_set<KeyPath>& updatableKeys,
+                     int* refusedLine);
+
 class VtlPayloadUtils {
 public:
     // The graph body: each edge's line and its line feed. `cache` may be
