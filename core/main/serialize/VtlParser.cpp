@@ -177,7 +177,7 @@ std::shared_ptr<FunctionSpec const> ReadFunction(VtlScanner& scanner, TStringCor
             break;
         if (token.GetType() == VtlTokenType::Colon) {
             Type const* type = SkipValueAndParseType(scanner, line);
-            QEL_VALIDATE_NOT_NULL(type, QelError::NeedToSpecifyAKeyType);
+            QEL_VALIDATE_NOT_NULL_SHOWN(type, QelError::NeedToSpecifyAKeyType);
             arguments.emplace_back(ParseVtlLiteral(type, scanner));
         } else {
             // Anything else must begin a key path; ParseKeyPath refuses what
@@ -196,13 +196,13 @@ std::shared_ptr<FunctionSpec const> ReadFunction(VtlScanner& scanner, TStringCor
 // its children until a line at its own level or above closes it.
 struct ParserState {
     explicit ParserState(TransformSpec&& spec) : m_spec(std::move(spec)) {
-        QEL_VALIDATE(CanOperatorHaveChildTransforms(m_spec.GetOperatorType()),
-                     QelError::UnexpectedChildTransformFound);
+        QEL_VALIDATE_SHOWN(CanOperatorHaveChildTransforms(m_spec.GetOperatorType()),
+                           QelError::UnexpectedChildTransformFound);
     }
 
     // The last child, taken out to become a parent in turn.
     TransformSpec TakeLastChild() {
-        QEL_VALIDATE_NOT_EMPTY(m_children, QelError::Unspecified);
+        QEL_VALIDATE_NOT_EMPTY_SHOWN(m_children, QelError::Unspecified);
         TransformSpec child = std::move(m_children.back());
         m_children.pop_back();
         return child;
@@ -228,7 +228,7 @@ public:
     // The line one level deeper makes the last transform so far its parent.
     void OpenPreviousSibling() {
         if (m_states.empty()) {
-            QEL_VALIDATE_NOT_EMPTY(m_children, QelError::InvalidNestingOfTransforms);
+            QEL_VALIDATE_NOT_EMPTY_SHOWN(m_children, QelError::InvalidNestingOfTransforms);
             TransformSpec spec = std::move(m_children.back());
             m_children.pop_back();
             m_states.emplace_back(std::move(spec));
@@ -241,7 +241,7 @@ public:
     // children, appended to its own parent. The comment is not carried over
     // because only a noOp has one, and a noOp never has children.
     void FinishNestedSpec() {
-        QEL_VALIDATE_NOT_EMPTY(m_states, QelError::InvalidNestingOfTransforms);
+        QEL_VALIDATE_NOT_EMPTY_SHOWN(m_states, QelError::InvalidNestingOfTransforms);
         ParserState state = std::move(m_states.back());
         m_states.pop_back();
         TransformSpec& spec = state.m_spec;
@@ -295,7 +295,7 @@ std::vector<TransformSpec> ParseVtlList(TStringCore const& text, bool keepCommen
             for (std::size_t i = currentLevel; i < depth; ++i)
                 parser.FinishNestedSpec();
         } else if (currentLevel > depth) {
-            QEL_VALIDATE(parser.GetCurrentDepth() + 1 == currentLevel, QelError::Unspecified);
+            QEL_VALIDATE_SHOWN(parser.GetCurrentDepth() + 1 == currentLevel, QelError::Unspecified);
             parser.OpenPreviousSibling();
         }
         parser.AddTransform(std::move(spec));

@@ -164,7 +164,8 @@ TEST(VtlParserTest, LineRefusals) {
             "(type->GetStoreType() == wanted)")},
         {"a -> map (5 a) -> b", At("unexpected token\na -> map (5 a) -> b", kFunctionName)},
         {"a -> map () -> b", At("unexpected token\na -> map () -> b", kFunctionName)},
-        {"a -> map (f :1) -> b", At("need to specify a key type", "(type) != nullptr")},
+        {"a -> map (f :1) -> b",
+         At("need to specify a key type\n(type) != nullptr", "(type) != nullptr")},
         // Both words are the value's tokens, but only the first is the value.
         {"-> constant :abc def:s -> x",
          At("unexpected token\n-> constant :abc def:s -> x", kArrow)},
@@ -196,19 +197,20 @@ TEST(VtlParserTest, Nesting) {
         "-> block :'b' ->\n  // inside\n      // too deep, but a comment\n// top\n"
         "  -> copy -> x\n";
     EXPECT_EQ(List(text, false), (Texts{"block [] =String b -> [] { copy [] -> [x] }"}));
-    EXPECT_EQ(ListRefused(text), At("unspecified Vantrel Runtime error", kTooDeep));
+    EXPECT_EQ(ListRefused(text), At("unspecified Vantrel Runtime error\n" + kTooDeep, kTooDeep));
     EXPECT_EQ(List("-> block :'b' ->\n  // inside\n  -> copy -> x"),
               (Texts{"block [] =String b -> [] { noOp \" inside\" [] -> []; copy [] -> [x] }"}));
 }
 
 TEST(VtlParserTest, NestingRefusals) {
     EXPECT_EQ(ListRefused("  -> copy -> x"),
-              At("invalid nesting of transforms", "!(m_children).empty()"));
+              At("invalid nesting of transforms\n!(m_children).empty()", "!(m_children).empty()"));
     EXPECT_EQ(ListRefused("-> copy -> x\n  -> copy -> y"),
-              At("unexpected child transform found",
+              At("unexpected child transform found\n(CanOperatorHaveChildTransforms(m_spec."
+                 "GetOperatorType()))",
                  "(CanOperatorHaveChildTransforms(m_spec.GetOperatorType()))"));
     EXPECT_EQ(ListRefused("-> block :'b' ->\n  -> block :'c' ->\n      -> copy -> y"),
-              At("unspecified Vantrel Runtime error", kTooDeep));
+              At("unspecified Vantrel Runtime error\n" + kTooDeep, kTooDeep));
     EXPECT_EQ(ListRefused("-> copy -> a\na b\n"), At("unexpected token\na b", kArrow));
 }
 
@@ -273,7 +275,7 @@ TEST(VtlParserTest, HostileText) {
 
     std::string deep(100000, ' ');
     deep += "-> copy -> x";
-    EXPECT_EQ(ListRefused(deep), At("unspecified Vantrel Runtime error", kTooDeep));
+    EXPECT_EQ(ListRefused(deep), At("unspecified Vantrel Runtime error\n" + kTooDeep, kTooDeep));
     // Deep but well-formed nesting.
     std::string text;
     for (std::size_t level = 0; level < 300; ++level) {

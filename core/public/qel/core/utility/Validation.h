@@ -110,6 +110,13 @@ constexpr std::string_view SourcePath(std::string_view file) {
                                          error __VA_OPT__(, ) __VA_ARGS__); \
     } while (false)
 
+// The same checks with their condition text as the exception's details too,
+// for refusals whose callers are meant to see which rule they broke.
+#define QEL_VALIDATE_NOT_NULL_SHOWN(ptr, error) \
+    QEL_VALIDATE_NOT_NULL(ptr, error, "(" #ptr ") != nullptr")
+#define QEL_VALIDATE_NOT_EMPTY_SHOWN(container, error) \
+    QEL_VALIDATE_NOT_EMPTY(container, error, "!(" #container ").empty()")
+
 #define QEL_VALIDATE_NE(a, b, error, ...)                                   \
     do {                                                                    \
         if ((a) == (b)) [[unlikely]]                                        \
