@@ -22,7 +22,7 @@
 #include "qel/core/store/KeyPath.h"
 #include "qel/core/types/HeterogeneousType.h"
 #include "qel/core/utility/QelError.h"
-#include "qel/core/vtl/VtlScanner.h"
+#include "qel/core/serialize/VtlScanner.h"
 
 namespace qel::core::recursive_descent {
 

@@ -1,4 +1,4 @@
-#include "qel/core/vtl/KeyPathParser.h"
+#include "qel/core/serialize/KeyPathParser.h"
 
 #include <stdexcept>
 

@@ -1,4 +1,4 @@
-#include "qel/core/vtl/KeyPathSerializer.h"
+#include "qel/core/serialize/KeyPathSerializer.h"
 
 #include <boost/unordered_map.hpp>
 
@@ -7,7 +7,7 @@
 #include "qel/core/types/HeterogeneousType.h"
 #include "qel/core/types/Type.h"
 #include "qel/core/utility/Validation.h"
-#include "qel/core/vtl/VtlScanner.h"
+#include "qel/core/serialize/VtlScanner.h"
 
 namespace qel::core {
 

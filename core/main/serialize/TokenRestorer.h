@@ -10,7 +10,7 @@
 
 #include <boost/container/small_vector.hpp>
 
-#include "qel/core/vtl/VtlScanner.h"
+#include "qel/core/serialize/VtlScanner.h"
 
 namespace qel::core::recursive_descent {
 

@@ -1,4 +1,4 @@
-#include "qel/core/vtl/VtlLiteralParser.h"
+#include "qel/core/serialize/VtlLiteralParser.h"
 
 #include "qel/core/store/Factory.h"
 #include "qel/core/utility/Parser.h"

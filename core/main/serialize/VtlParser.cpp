@@ -1,4 +1,4 @@
-#include "qel/core/vtl/VtlParser.h"
+#include "qel/core/serialize/VtlParser.h"
 
 #include <deque>
 #include <memory>
@@ -11,10 +11,10 @@
 #include "qel/core/types/Type.h"
 #include "qel/core/utility/TextUtil.h"
 #include "qel/core/utility/Validation.h"
-#include "qel/core/vtl/KeyPathParser.h"
+#include "qel/core/serialize/KeyPathParser.h"
 #include "qel/core/vtl/ValueSpec.h"
-#include "qel/core/vtl/VtlLiteralParser.h"
-#include "qel/core/vtl/VtlScanner.h"
+#include "qel/core/serialize/VtlLiteralParser.h"
+#include "qel/core/serialize/VtlScanner.h"
 
 namespace qel::core {
 

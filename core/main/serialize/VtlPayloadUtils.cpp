@@ -1,15 +1,15 @@
-#include "qel/core/vtl/VtlPayload.h"
+#include "qel/core/serialize/VtlPayloadUtils.h"
 
 #include <memory>
 #include <utility>
 
 #include "qel/core/utility/MetricsFilter.h"
 #include "qel/core/utility/Validation.h"
-#include "qel/core/vtl/KeyPathParser.h"
-#include "qel/core/vtl/KeyPathSerializer.h"
-#include "qel/core/vtl/VtlParser.h"
-#include "qel/core/vtl/VtlScanner.h"
-#include "qel/core/vtl/VtlSerializer.h"
+#include "qel/core/serialize/KeyPathParser.h"
+#include "qel/core/serialize/KeyPathSerializer.h"
+#include "qel/core/serialize/VtlParser.h"
+#include "qel/core/serialize/VtlScanner.h"
+#include "qel/core/serialize/VtlSerializer.h"
 
 namespace qel::core {
 

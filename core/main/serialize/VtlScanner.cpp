@@ -1,4 +1,4 @@
-#include "qel/core/vtl/VtlScanner.h"
+#include "qel/core/serialize/VtlScanner.h"
 
 #include <locale.h>
 #include <stdlib.h>

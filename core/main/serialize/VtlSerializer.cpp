@@ -1,4 +1,4 @@
-#include "qel/core/vtl/VtlSerializer.h"
+#include "qel/core/serialize/VtlSerializer.h"
 
 #include <optional>
 
@@ -9,9 +9,9 @@
 #include "qel/core/types/StoreType.h"
 #include "qel/core/types/Type.h"
 #include "qel/core/utility/Validation.h"
-#include "qel/core/vtl/KeyPathSerializer.h"
+#include "qel/core/serialize/KeyPathSerializer.h"
 #include "qel/core/vtl/ValueSpec.h"
-#include "qel/core/vtl/VtlScanner.h"
+#include "qel/core/serialize/VtlScanner.h"
 
 namespace qel::core {
 

@@ -3,8 +3,8 @@
 #include <mutex>
 
 #include "qel/core/utility/Validation.h"
-#include "qel/core/vtl/KeyPathParser.h"
-#include "qel/core/vtl/KeyPathSerializer.h"
+#include "qel/core/serialize/KeyPathParser.h"
+#include "qel/core/serialize/KeyPathSerializer.h"
 
 namespace qel::core {
 

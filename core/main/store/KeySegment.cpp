@@ -2,7 +2,7 @@
 #include <cstdint>
 
 #include "qel/core/store/KeyPath.h"
-#include "qel/core/vtl/KeyPathSerializer.h"
+#include "qel/core/serialize/KeyPathSerializer.h"
 
 namespace qel::core {
 

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <limits>
 
+#include "qel/core/store/Collation.h"
 #include "qel/core/utility/FloatUtil.h"
 
 namespace qel::core {

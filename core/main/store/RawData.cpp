@@ -2,7 +2,7 @@
 
 #include <limits>
 
-#include "qel/core/utility/QelTuple.h"
+#include "qel/core/utility/QelTupleData.h"
 
 namespace qel::core {
 namespace {
@@ -15,6 +15,15 @@ qelsize_t CheckedCount(std::size_t count) {
 }
 
 }  // namespace
+
+namespace detail {
+
+void RawDataIllegalCast() {
+    ValidationFailed(SourcePath(__FILE__), __LINE__, "(sizeof(T) == m_typeSize)",
+                     QelError::IllegalTypeCast);
+}
+
+}  // namespace detail
 
 // VectorRawData
 

@@ -1,5 +1,7 @@
 #include "qel/core/store/StoreValue.h"
 
+#include "qel/core/store/CollectionInterfaces.h"
+
 #include "qel/core/utility/FloatUtil.h"
 
 namespace qel::core {
@@ -11,6 +13,14 @@ namespace {
 }
 
 }  // namespace
+
+namespace detail {
+
+void StoreValueCastFailed(QelError error) {
+    ValidationFailed(SourcePath(__FILE__), __LINE__, "(p) != nullptr", error);
+}
+
+}  // namespace detail
 
 TStringCore StoreValue::GetActualTypeErrorMessage() const {
     TStringCore details = StoreTypeToString(GetStoreType());

@@ -1,4 +1,4 @@
-#include "core/main/store/ValueArray.h"
+#include "core/main/store/ValueArrayImpl.h"
 
 #include <algorithm>
 #include <bit>
@@ -6,7 +6,7 @@
 
 #include "qel/core/store/Factory.h"
 #include "qel/core/utility/Parser.h"
-#include "qel/core/utility/QelTuple.h"
+#include "qel/core/utility/QelTupleData.h"
 
 namespace qel::core {
 

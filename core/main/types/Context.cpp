@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "core/main/types/IndexedVector.h"
+#include "qel/core/store/Collation.h"
 #include "qel/core/types/PackedStructOffsets.h"
 
 namespace qel::core {

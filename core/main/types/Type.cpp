@@ -1,5 +1,6 @@
 #include "qel/core/types/Type.h"
 
+#include "qel/core/store/Collation.h"
 #include "qel/core/types/Context.h"
 
 namespace qel::core {
@@ -27,6 +28,15 @@ TStringCore Decorated(Type const& type, TStringCore const& inner) {
 }
 
 }  // namespace
+
+namespace detail {
+
+void TypeCastFailed() {
+    ValidationFailed(SourcePath(__FILE__), __LINE__, "(t) != nullptr",
+                     QelError::CannotCastToTheRequestedTypeClass);
+}
+
+}  // namespace detail
 
 TStringCore Type::ToString() const {
     return TStringCore(StoreTypeToChar(m_storeType), 1);
@@ -82,6 +92,11 @@ TStringCore RealType::ToString() const {
 // ---------------------------------------------------------------------------
 // StringType
 
+StringType::StringType(Collation const& collation)
+    : Type(StoreType::String), m_collation(std::make_unique<Collation const>(collation)) {}
+
+StringType::~StringType() = default;
+
 StringType const* StringType::Get() {
     return Context::Instance().GetStringBase();
 }
@@ -94,7 +109,7 @@ Type const* StringType::GetBaseType() const {
 }
 
 TStringCore StringType::ToString() const {
-    return Decorated(*this, m_collation.GetLocale());
+    return Decorated(*this, m_collation->GetLocale());
 }
 
 // ---------------------------------------------------------------------------

@@ -2,7 +2,7 @@
 
 #include "qel/core/store/StoreTypeDispatcher.h"
 #include "qel/core/store/StoreValue.h"
-#include "qel/core/utility/QelTuple.h"
+#include "qel/core/utility/QelTupleData.h"
 
 namespace qel::core {
 

@@ -1,5 +1,7 @@
 #include "qel/core/utility/Format.h"
 
+#include "qel/core/types/RIndirectString.h"
+
 #include "qel/core/utility/FloatUtil.h"
 
 namespace qel::core {

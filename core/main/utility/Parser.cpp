@@ -4,7 +4,10 @@
 #include <cstring>
 #include <memory>
 
+#include "qel/core/serialize/VtlScanner.h"
 #include "qel/core/store/StoreValue.h"
+#include "qel/core/types/RIndirectString.h"
+#include "qel/core/types/Type.h"
 #include "qel/core/utility/TextUtil.h"
 #include "qel/core/utility/Validation.h"
 

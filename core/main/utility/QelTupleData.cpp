@@ -1,7 +1,15 @@
 #include <cstdint>
+#include <cstring>
+#include <new>
+#include <type_traits>
 
+#include "qel/core/store/Collation.h"
+#include "qel/core/store/SpecialKind.h"
 #include "qel/core/store/StoreValue.h"
-#include "qel/core/utility/QelTuple.h"
+#include "qel/core/types/HeterogeneousType.h"
+#include "qel/core/types/PackedStructOffsets.h"
+#include "qel/core/types/TypeTraits.h"
+#include "qel/core/utility/QelTupleData.h"
 
 namespace qel::core {
 
@@ -234,6 +242,84 @@ Type const* QelTupleData::GetNthType(unsigned int index) const {
     auto const& members = m_type->GetMembers();
     QEL_VALIDATE(index < members.size(), QelError::IndexOutOfBounds);
     return members[index];
+}
+
+std::size_t QelTupleData::GetCount() const noexcept {
+    return m_type->GetMembers().size();
+}
+
+unsigned int QelTupleData::GetDataSize() const noexcept {
+    return m_type->GetOffsets()->GetSize();
+}
+
+bool QelTupleData::IsNthSpecial(unsigned int index) const {
+    return GetNthSpecial(index) != SpecialKind::Normal;
+}
+
+unsigned char* QelTupleData::ValueAt(unsigned int index) const {
+    return Data() + m_type->GetOffsets()->GetValueOffsetUnsafe(index);
+}
+
+// Plain values are copied in and out as bytes; strings and external values
+// are objects that live in the buffer.
+template <class T>
+typename TypeTraits<T>::ArgType QelTupleData::GetNthValueUnsafe(unsigned int index) const {
+    unsigned char const* at = ValueAt(index);
+    if constexpr (std::is_same_v<T, bool>) {
+        return *at != 0;
+    } else if constexpr (std::is_trivially_copyable_v<T>) {
+        T value;
+        std::memcpy(&value, at, sizeof(T));
+        return value;
+    } else {
+        return *std::launder(reinterpret_cast<T const*>(at));
+    }
+}
+
+template <class T>
+void QelTupleData::SetNthValueUnsafe(unsigned int index, typename TypeTraits<T>::ArgType value) {
+    unsigned char* at = ValueAt(index);
+    if constexpr (std::is_same_v<T, bool>) {
+        *at = value ? 1 : 0;
+    } else if constexpr (std::is_trivially_copyable_v<T>) {
+        std::memcpy(at, &value, sizeof(T));
+    } else {
+        *std::launder(reinterpret_cast<T*>(at)) = value;
+    }
+}
+
+// clang-format off
+#define QEL_DETAIL_TUPLE_VALUE_TYPES(X)                                          \
+    X(bool) X(int) X(long long) X(float) X(double) X(RIndirectString)            \
+    X(QelDateTime) X(QelColor) X(std::shared_ptr<StoreValue>)                    \
+    X(unsigned char) X(unsigned int) X(unsigned long long) X(QelTuple)
+// clang-format on
+
+#define QEL_DETAIL_TUPLE_UNSAFE(X, T)                                                        \
+    TypeTraits<T>::ArgType QelTupleData::GetNth##X##Unsafe(unsigned int index) const {       \
+        return GetNthValueUnsafe<T>(index);                                                  \
+    }                                                                                        \
+    void QelTupleData::SetNth##X##Unsafe(unsigned int index, TypeTraits<T>::ArgType value) { \
+        SetNthValueUnsafe<T>(index, value);                                                  \
+    }
+QEL_DETAIL_TUPLE_UNSAFE(Bool, bool)
+QEL_DETAIL_TUPLE_UNSAFE(Int32, int)
+QEL_DETAIL_TUPLE_UNSAFE(Int64, long long)
+QEL_DETAIL_TUPLE_UNSAFE(Real32, float)
+QEL_DETAIL_TUPLE_UNSAFE(Real64, double)
+QEL_DETAIL_TUPLE_UNSAFE(String, RIndirectString)
+QEL_DETAIL_TUPLE_UNSAFE(Date, QelDateTime)
+QEL_DETAIL_TUPLE_UNSAFE(DateTime, QelDateTime)
+QEL_DETAIL_TUPLE_UNSAFE(Color, QelColor)
+QEL_DETAIL_TUPLE_UNSAFE(External, std::shared_ptr<StoreValue>)
+#undef QEL_DETAIL_TUPLE_UNSAFE
+
+SpecialKind QelTupleData::GetNthSpecialUnsafe(unsigned int index) const {
+    return static_cast<SpecialKind>(Data()[m_type->GetOffsets()->GetSpecialOffsetUnsafe(index)]);
+}
+
+void QelTupleData::SetNthSpecialUnsafe(unsigned int index, SpecialKind kind) {
+    Data()[m_type->GetOffsets()->GetSpecialOffsetUnsafe(index)] = static_cast<unsigned char>(kind);
 }
 
 template <class T>

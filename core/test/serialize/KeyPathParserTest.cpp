@@ -1,4 +1,4 @@
-#include "qel/core/vtl/KeyPathParser.h"
+#include "qel/core/serialize/KeyPathParser.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@
 #include "qel/core/store/ExternalTypeRegistry.h"
 #include "qel/core/store/ValueExternal.h"
 #include "qel/core/types/HeterogeneousType.h"
-#include "qel/core/vtl/KeyPathSerializer.h"
+#include "qel/core/serialize/KeyPathSerializer.h"
 
 namespace qel::core {
 namespace {

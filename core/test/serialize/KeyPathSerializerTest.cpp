@@ -1,12 +1,13 @@
-#include "qel/core/vtl/KeyPathSerializer.h"
+#include "qel/core/serialize/KeyPathSerializer.h"
 
 #include <gtest/gtest.h>
 
 #include <utility>
 
 #include "core/test/Refusal.h"
+#include "qel/core/serialize/KeyPathParser.h"
+#include "qel/core/store/Collation.h"
 #include "qel/core/types/HeterogeneousType.h"
-#include "qel/core/vtl/KeyPathParser.h"
 
 namespace qel::core {
 namespace {

@@ -1,4 +1,4 @@
-#include "qel/core/vtl/VtlParser.h"
+#include "qel/core/serialize/VtlParser.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "qel/core/vtl/VtlPayload.h"
+#include "qel/core/serialize/VtlPayloadUtils.h"
 
 #include <gtest/gtest.h>
 
@@ -9,9 +9,9 @@
 
 #include "core/test/vtl/VtlTestUtil.h"
 #include "qel/core/utility/MetricsFilter.h"
-#include "qel/core/vtl/KeyPathSerializer.h"
-#include "qel/core/vtl/VtlParser.h"
-#include "qel/core/vtl/VtlSerializer.h"
+#include "qel/core/serialize/KeyPathSerializer.h"
+#include "qel/core/serialize/VtlParser.h"
+#include "qel/core/serialize/VtlSerializer.h"
 
 namespace qel::core {
 namespace {

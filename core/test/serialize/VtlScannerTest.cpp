@@ -1,4 +1,4 @@
-#include "qel/core/vtl/VtlScanner.h"
+#include "qel/core/serialize/VtlScanner.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 
 #include "core/test/ThrownText.h"
 #include "qel/core/utility/QelException.h"
-#include "qel/core/vtl/VtlLiteralParser.h"
+#include "qel/core/serialize/VtlLiteralParser.h"
 
 namespace qel::core {
 namespace {

@@ -1,4 +1,4 @@
-#include "qel/core/vtl/VtlSerializer.h"
+#include "qel/core/serialize/VtlSerializer.h"
 
 #include <gtest/gtest.h>
 
@@ -15,9 +15,9 @@
 #include "qel/core/store/Factory.h"
 #include "qel/core/store/SpecialKind.h"
 #include "qel/core/types/Type.h"
-#include "qel/core/vtl/KeyPathSerializer.h"
+#include "qel/core/serialize/KeyPathSerializer.h"
 #include "qel/core/vtl/Visitors.h"
-#include "qel/core/vtl/VtlParser.h"
+#include "qel/core/serialize/VtlParser.h"
 
 namespace qel::core {
 namespace {

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "qel/core/types/Type.h"
-#include "qel/core/vtl/VtlParser.h"
+#include "qel/core/serialize/VtlParser.h"
 
 namespace qel::core {
 namespace {

@@ -9,7 +9,7 @@
 
 #include "core/test/Refusal.h"
 #include "qel/core/types/Type.h"
-#include "qel/core/vtl/KeyPathParser.h"
+#include "qel/core/serialize/KeyPathParser.h"
 
 namespace qel::core {
 namespace {

@@ -10,7 +10,9 @@
 
 #include "core/main/store/DateColorValues.h"
 #include "core/test/ThrownText.h"
+#include "qel/core/store/Collation.h"
 #include "qel/core/store/Factory.h"
+#include "qel/core/types/RInternString.h"
 #include "qel/core/utility/StringHash.h"
 
 namespace qel::core {

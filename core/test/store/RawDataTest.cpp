@@ -12,7 +12,7 @@
 #include "core/test/Refusal.h"
 #include "qel/core/store/StoreValue.h"
 #include "qel/core/utility/ArrayView.h"
-#include "qel/core/utility/QelTuple.h"
+#include "qel/core/utility/QelTupleData.h"
 
 namespace qel::core {
 namespace {

@@ -1,4 +1,4 @@
-#include "core/main/store/ValueArray.h"
+#include "core/main/store/ValueArrayImpl.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,8 @@
 #include "core/test/ThrownText.h"
 #include "qel/core/store/ArrayAdapter.h"
 #include "qel/core/store/Factory.h"
-#include "qel/core/utility/QelTuple.h"
+#include "qel/core/types/HeterogeneousType.h"
+#include "qel/core/utility/QelTupleData.h"
 
 namespace qel::core {
 namespace {

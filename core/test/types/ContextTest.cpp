@@ -8,6 +8,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "qel/core/store/Collation.h"
 #include "qel/core/types/RIndirectString.h"
 #include "qel/core/utility/StringHash.h"
 

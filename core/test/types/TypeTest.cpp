@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "core/test/ThrownText.h"
+#include "qel/core/store/Collation.h"
+#include "qel/core/types/RInternString.h"
 
 namespace qel::core {
 namespace {

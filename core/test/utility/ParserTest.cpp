@@ -8,6 +8,9 @@
 #include <string>
 
 #include "core/test/ThrownText.h"
+#include "qel/core/serialize/VtlScanner.h"
+#include "qel/core/types/RIndirectString.h"
+#include "qel/core/types/Type.h"
 
 namespace qel::core {
 namespace {

@@ -1,4 +1,4 @@
-#include "qel/core/utility/QelTuple.h"
+#include "qel/core/utility/QelTupleData.h"
 
 #include <gtest/gtest.h>
 
@@ -7,6 +7,9 @@
 
 #include "core/test/Refusal.h"
 #include "qel/core/store/Factory.h"
+#include "qel/core/store/SpecialKind.h"
+#include "qel/core/types/HeterogeneousType.h"
+#include "qel/core/types/TypeTraits.h"
 
 namespace qel::core {
 namespace {

@@ -9,6 +9,7 @@
 
 #include "core/test/Refusal.h"
 #include "core/test/ThrownText.h"
+#include "qel/core/types/RIndirectString.h"
 #include "qel/core/utility/Format.h"
 
 namespace qel::core {

@@ -19,10 +19,10 @@
 #include <vector>
 
 #include "qel/core/store/RawData.h"
+#include "qel/core/store/SortSpecOrder.h"
 #include "qel/core/store/StoreValue.h"
 #include "qel/core/types/RInternString.h"
 #include "qel/core/utility/ArrayView.h"
-#include "qel/core/vtl/SortSpecTypes.h"
 
 namespace qel::core {
 
@@ -236,24 +236,33 @@ public:
 
 // The typed views of a StoreValue: run-time checked casts.
 
+namespace detail {
+// Out of line, so that the refusal names the library's source, not the
+// host's copy of this header.
+[[noreturn]] void StoreValueCastFailed(QelError error);
+}  // namespace detail
+
 template <class StorageT>
 ITypedArray<StorageT> const& StoreValue::AsTypedArray() const {
     auto const* p = dynamic_cast<ITypedArray<StorageT> const*>(this);
-    QEL_VALIDATE_NOT_NULL(p, QelError::StoreValueIsNotAnITypedArray);
+    if (p == nullptr) [[unlikely]]
+        detail::StoreValueCastFailed(QelError::StoreValueIsNotAnITypedArray);
     return *p;
 }
 
 template <class StorageT>
 ITypedSet<StorageT> const& StoreValue::AsTypedSet() const {
     auto const* p = dynamic_cast<ITypedSet<StorageT> const*>(this);
-    QEL_VALIDATE_NOT_NULL(p, QelError::StoreValueIsNotAnITypedSet);
+    if (p == nullptr) [[unlikely]]
+        detail::StoreValueCastFailed(QelError::StoreValueIsNotAnITypedSet);
     return *p;
 }
 
 template <class K, class V>
 IStoreDictionary<K, V> const& StoreValue::AsDictionary() const {
     auto const* p = dynamic_cast<IStoreDictionary<K, V> const*>(this);
-    QEL_VALIDATE_NOT_NULL(p, QelError::ValueIsNotACollectionWithKeys);
+    if (p == nullptr) [[unlikely]]
+        detail::StoreValueCastFailed(QelError::ValueIsNotACollectionWithKeys);
     return *p;
 }
 

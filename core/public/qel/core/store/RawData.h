@@ -39,6 +39,12 @@ class StoreValue;
 // The abstract base of every element buffer, held by
 // std::shared_ptr<RawData const> once shared, or by std::unique_ptr<RawData>
 // while it is being filled.
+namespace detail {
+// Out of line, so that the refusal names the library's source, not the
+// host's copy of this header.
+[[noreturn]] void RawDataIllegalCast();
+}  // namespace detail
+
 class RawData {
 public:
     RawData(RawData const&) = delete;
@@ -61,13 +67,15 @@ public:
     // Fails "illegal type cast" on any other size.
     template <class T>
     ArrayView<T> GetView() {
-        QEL_VALIDATE(sizeof(T) == m_typeSize, QelError::IllegalTypeCast);
+        if (sizeof(T) != m_typeSize) [[unlikely]]
+            detail::RawDataIllegalCast();
         ArrayView<unsigned char> bytes = GetByteView();
         return ArrayView<T>(reinterpret_cast<T*>(bytes.GetData()), bytes.GetSize(), bytes.IsNull());
     }
     template <class T>
     ArrayView<const T> GetView() const {
-        QEL_VALIDATE(sizeof(T) == m_typeSize, QelError::IllegalTypeCast);
+        if (sizeof(T) != m_typeSize) [[unlikely]]
+            detail::RawDataIllegalCast();
         ArrayView<const unsigned char> bytes = GetByteView();
         return ArrayView<const T>(reinterpret_cast<T const*>(bytes.GetData()), bytes.GetSize(),
                                   bytes.IsNull());

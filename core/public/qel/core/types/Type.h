@@ -11,12 +11,15 @@
 
 #include <atomic>
 #include <cstddef>
+#include <memory>
 
-#include "qel/core/store/Collation.h"
 #include "qel/core/types/StoreType.h"
 #include "qel/core/utility/Validation.h"
 
 namespace qel::core {
+
+// How the strings of a string type compare (store/Collation.h).
+class Collation;
 
 class Type {
 public:
@@ -48,11 +51,18 @@ private:
     StoreType m_storeType;
 };
 
+namespace detail {
+// Out of line, so that the refusal names the library's source, not the
+// host's copy of this header.
+[[noreturn]] void TypeCastFailed();
+}  // namespace detail
+
 // Type::As for a pointer that may be null: null fails like a wrong class.
 template <class T>
 T const* TypeAs(Type const* type) {
     T const* t = type == nullptr ? nullptr : dynamic_cast<T const*>(type);
-    QEL_VALIDATE_NOT_NULL(t, QelError::CannotCastToTheRequestedTypeClass);
+    if (t == nullptr) [[unlikely]]
+        detail::TypeCastFailed();
     return t;
 }
 
@@ -147,16 +157,18 @@ public:
     static StringType const* Get();
     static StringType const* Get(Collation const& collation);
 
-    Collation const& GetCollation() const noexcept { return m_collation; }
+    Collation const& GetCollation() const noexcept { return *m_collation; }
     // The string type of the default collation.
     Type const* GetBaseType() const override;
     TStringCore ToString() const override;
+    ~StringType() override;
 
 private:
     friend class Context;
-    explicit StringType(Collation const& collation)
-        : Type(StoreType::String), m_collation(collation) {}
-    Collation m_collation;
+    explicit StringType(Collation const& collation);
+    // Held apart so that this header needs no more than the name of the
+    // class; made once per interned type.
+    std::unique_ptr<Collation const> m_collation;
 };
 
 // A value kind that the host registers. Only the 16-bit id is interned; the

@@ -21,6 +21,20 @@
 
 namespace qel::core {
 
+namespace detail {
+// Out of line, so that a refusal names the library's source and not the
+// host's copy of this header, and the inline checks carry only a call.
+[[noreturn]] void ArrayViewOutOfBounds(char const* condition);
+}  // namespace detail
+
+// Like QEL_VALIDATE, but the failure is raised from the library's ArrayView
+// source, with the condition as written here.
+#define QEL_DETAIL_VIEW_CHECK(cond)                                   \
+    do {                                                              \
+        if (!(cond)) [[unlikely]]                                     \
+            ::qel::core::detail::ArrayViewOutOfBounds("(" #cond ")"); \
+    } while (false)
+
 template <class T>
 class ArrayView {
 public:
@@ -53,20 +67,20 @@ public:
         Position const ptr = static_cast<Position>(index);
         Position const ptrEnd = static_cast<Position>(m_size);
         // clang-format off
-        QEL_VALIDATE((std::numeric_limits<uint64_t>::max()) - index > (size_t)m_ptr, QelError::IndexOutOfBounds);
-        QEL_VALIDATE((std::numeric_limits<uint64_t>::max()) - m_size > (size_t)m_ptr, QelError::IndexOutOfBounds);
-        QEL_VALIDATE(ptr <= ptrEnd, QelError::IndexOutOfBounds);
-        QEL_VALIDATE(ptr + count <= ptrEnd, QelError::IndexOutOfBounds);
+        QEL_DETAIL_VIEW_CHECK((std::numeric_limits<uint64_t>::max()) - index > (size_t)m_ptr);
+        QEL_DETAIL_VIEW_CHECK((std::numeric_limits<uint64_t>::max()) - m_size > (size_t)m_ptr);
+        QEL_DETAIL_VIEW_CHECK(ptr <= ptrEnd);
+        QEL_DETAIL_VIEW_CHECK(ptr + count <= ptrEnd);
         // clang-format on
         return ArrayView(m_ptr + index, count, m_isNull);
     }
 
     T& GetAt(std::size_t index) {
-        QEL_VALIDATE(index < m_size, QelError::IndexOutOfBounds);
+        QEL_DETAIL_VIEW_CHECK(index < m_size);
         return m_ptr[index];
     }
     T const& GetAt(std::size_t index) const {
-        QEL_VALIDATE(index < m_size, QelError::IndexOutOfBounds);
+        QEL_DETAIL_VIEW_CHECK(index < m_size);
         return m_ptr[index];
     }
 
@@ -86,3 +100,5 @@ private:
 };
 
 }  // namespace qel::core
+
+#undef QEL_DETAIL_VIEW_CHECK

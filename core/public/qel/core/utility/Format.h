@@ -5,12 +5,13 @@
 // text (ConvertFloatToString), which reads back to the same value. All
 // overloads are reentrant; only a date-time can fail, as its ToString does.
 
-#include "qel/core/types/RIndirectString.h"
 #include "qel/core/utility/Base.h"
 #include "qel/core/utility/QelColor.h"
 #include "qel/core/utility/QelDateTime.h"
 
 namespace qel::core {
+
+class RIndirectString;
 
 // "true" or "false".
 TStringCore Format(bool value);

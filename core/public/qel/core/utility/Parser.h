@@ -19,13 +19,18 @@
 
 #include <memory>
 
-#include "qel/core/types/RIndirectString.h"
-#include "qel/core/types/Type.h"
 #include "qel/core/utility/QelColor.h"
 #include "qel/core/utility/QelDateTime.h"
-#include "qel/core/vtl/VtlScanner.h"
+#include "qel/core/utility/QelError.h"
 
 namespace qel::core {
+
+// The readers and values these functions speak of live in the areas above
+// this one; a caller includes them (serialize/VtlScanner.h, types/Type.h).
+class RIndirectString;
+class StoreValue;
+class Type;
+class VtlScanner;
 
 bool TryParseBool(VtlScanner& scanner, bool& result);
 bool ParseBool(VtlScanner& scanner);
@@ -99,7 +104,6 @@ S ParseStorageType(TStringCore const& text, Type const* type);
 template <class S>
 S TryParseStorageType(TStringCore const& text, Type const* type, bool& ok);
 
-class StoreValue;
 #define QEL_DECLARE_STORAGE_PARSER(S)                                 \
     template <>                                                       \
     S ParseStorageType<S>(TStringCore const& text, Type const* type); \

@@ -25,20 +25,25 @@
 // as a container element.
 
 #include <cstddef>
-#include <cstring>
+#include <cstdint>
 #include <functional>
 #include <memory>
-#include <new>
-#include <type_traits>
 
-#include "qel/core/store/SpecialKind.h"
-#include "qel/core/types/HeterogeneousType.h"
-#include "qel/core/types/PackedStructOffsets.h"
-#include "qel/core/types/TypeTraits.h"
+#include "qel/core/utility/QelColor.h"
+#include "qel/core/utility/QelDateTime.h"
 
 namespace qel::core {
 
+// The tuple's type and its members' values belong to the areas above this
+// one (types/HeterogeneousType.h, types/TypeTraits.h, store/SpecialKind.h);
+// every accessor that needs them is defined out of line.
+class RIndirectString;
 class StoreValue;
+class TupleType;
+class Type;
+template <class T>
+struct TypeTraits;
+enum class SpecialKind : std::uint8_t;
 
 class QelTupleData {
 public:
@@ -61,8 +66,8 @@ public:
     QelTupleData ReferenceTo() const;
 
     TupleType const* GetType() const noexcept { return m_type; }
-    std::size_t GetCount() const noexcept { return m_type->GetMembers().size(); }
-    unsigned int GetDataSize() const noexcept { return m_type->GetOffsets()->GetSize(); }
+    std::size_t GetCount() const noexcept;
+    unsigned int GetDataSize() const noexcept;
     bool IsReference() const noexcept { return !m_ownsData; }
     unsigned int GetValueOffset(unsigned int index) const;
     unsigned int GetSpecialOffset(unsigned int index) const;
@@ -121,9 +126,7 @@ public:
     // value leaves the special byte.
     SpecialKind GetNthSpecial(unsigned int index) const;
     SpecialKind GetNthSpecialUnsafe(unsigned int index) const;
-    bool IsNthSpecial(unsigned int index) const {
-        return GetNthSpecial(index) != SpecialKind::Normal;
-    }
+    bool IsNthSpecial(unsigned int index) const;
     void SetNthSpecial(unsigned int index, SpecialKind kind);
     void SetNthSpecialUnsafe(unsigned int index, SpecialKind kind);
 
@@ -145,9 +148,7 @@ private:
             m_data = InitializeData();
         return m_data.get();
     }
-    unsigned char* ValueAt(unsigned int index) const {
-        return Data() + m_type->GetOffsets()->GetValueOffsetUnsafe(index);
-    }
+    unsigned char* ValueAt(unsigned int index) const;
     std::shared_ptr<unsigned char[]> InitializeData() const;
     void CopyData(QelTupleData const& other) const;
     void DestroyData() noexcept;
@@ -156,76 +157,6 @@ private:
     bool m_ownsData;
     mutable std::shared_ptr<unsigned char[]> m_data;
 };
-
-// Plain values are copied in and out as bytes; strings and external values
-// are objects that live in the buffer.
-template <class T>
-typename TypeTraits<T>::ArgType QelTupleData::GetNthValueUnsafe(unsigned int index) const {
-    unsigned char const* at = ValueAt(index);
-    if constexpr (std::is_same_v<T, bool>) {
-        return *at != 0;
-    } else if constexpr (std::is_trivially_copyable_v<T>) {
-        T value;
-        std::memcpy(&value, at, sizeof(T));
-        return value;
-    } else {
-        return *std::launder(reinterpret_cast<T const*>(at));
-    }
-}
-
-template <class T>
-void QelTupleData::SetNthValueUnsafe(unsigned int index, typename TypeTraits<T>::ArgType value) {
-    unsigned char* at = ValueAt(index);
-    if constexpr (std::is_same_v<T, bool>) {
-        *at = value ? 1 : 0;
-    } else if constexpr (std::is_trivially_copyable_v<T>) {
-        std::memcpy(at, &value, sizeof(T));
-    } else {
-        *std::launder(reinterpret_cast<T*>(at)) = value;
-    }
-}
-
-// clang-format off
-#define QEL_DETAIL_TUPLE_VALUE_TYPES(X)                                          \
-    X(bool) X(int) X(long long) X(float) X(double) X(RIndirectString)            \
-    X(QelDateTime) X(QelColor) X(std::shared_ptr<StoreValue>)                    \
-    X(unsigned char) X(unsigned int) X(unsigned long long)
-// clang-format on
-
-#define QEL_DETAIL_TUPLE_EXTERN(T)                                                                 \
-    extern template TypeTraits<T>::ArgType QelTupleData::GetNthValue<T>(unsigned int) const;       \
-    extern template TypeTraits<T>::ArgType QelTupleData::GetNthValueUnsafe<T>(unsigned int) const; \
-    extern template void QelTupleData::SetNthValueUnsafe<T>(unsigned int, TypeTraits<T>::ArgType);
-QEL_DETAIL_TUPLE_VALUE_TYPES(QEL_DETAIL_TUPLE_EXTERN)
-#undef QEL_DETAIL_TUPLE_EXTERN
-
-#define QEL_DETAIL_TUPLE_UNSAFE(X, T)                                                         \
-    inline TypeTraits<T>::ArgType QelTupleData::GetNth##X##Unsafe(unsigned int index) const { \
-        return GetNthValueUnsafe<T>(index);                                                   \
-    }                                                                                         \
-    inline void QelTupleData::SetNth##X##Unsafe(unsigned int index,                           \
-                                                TypeTraits<T>::ArgType value) {               \
-        SetNthValueUnsafe<T>(index, value);                                                   \
-    }
-QEL_DETAIL_TUPLE_UNSAFE(Bool, bool)
-QEL_DETAIL_TUPLE_UNSAFE(Int32, int)
-QEL_DETAIL_TUPLE_UNSAFE(Int64, long long)
-QEL_DETAIL_TUPLE_UNSAFE(Real32, float)
-QEL_DETAIL_TUPLE_UNSAFE(Real64, double)
-QEL_DETAIL_TUPLE_UNSAFE(String, RIndirectString)
-QEL_DETAIL_TUPLE_UNSAFE(Date, QelDateTime)
-QEL_DETAIL_TUPLE_UNSAFE(DateTime, QelDateTime)
-QEL_DETAIL_TUPLE_UNSAFE(Color, QelColor)
-QEL_DETAIL_TUPLE_UNSAFE(External, std::shared_ptr<StoreValue>)
-#undef QEL_DETAIL_TUPLE_UNSAFE
-
-inline SpecialKind QelTupleData::GetNthSpecialUnsafe(unsigned int index) const {
-    return static_cast<SpecialKind>(Data()[m_type->GetOffsets()->GetSpecialOffsetUnsafe(index)]);
-}
-
-inline void QelTupleData::SetNthSpecialUnsafe(unsigned int index, SpecialKind kind) {
-    Data()[m_type->GetOffsets()->GetSpecialOffsetUnsafe(index)] = static_cast<unsigned char>(kind);
-}
 
 class QelTuple : public QelTupleData {
 public:

@@ -20,7 +20,7 @@
 
 #include <vector>
 
-#include "qel/core/vtl/VtlToken.h"
+#include "qel/core/serialize/VtlToken.h"
 
 namespace qel::core {
 

@@ -32,7 +32,7 @@
 #include <vector>
 
 #include "qel/core/store/KeyPath.h"
-#include "qel/core/vtl/VtlScanner.h"
+#include "qel/core/serialize/VtlScanner.h"
 
 namespace qel::core {
 

@@ -9,7 +9,7 @@
 #include <memory>
 
 #include "qel/core/store/StoreValue.h"
-#include "qel/core/vtl/VtlScanner.h"
+#include "qel/core/serialize/VtlScanner.h"
 
 namespace qel::core {
 

@@ -18,7 +18,7 @@
 #include <memory>
 #include <mutex>
 
-#include "qel/core/store/ArrayFactory.h"
+#include "qel/core/store/ValueArray.h"
 #include "qel/core/store/ArrayIterators.h"
 #include "qel/core/store/CollectionInterfaces.h"
 

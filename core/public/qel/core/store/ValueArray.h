@@ -15,7 +15,7 @@
 
 #include "qel/core/store/RawData.h"
 #include "qel/core/store/StoreValue.h"
-#include "qel/core/vtl/SortSpecTypes.h"
+#include "qel/core/store/SortSpecOrder.h"
 
 namespace qel::core {
 
