@@ -218,46 +218,14 @@ PackagedArrayView<T> PackagedArrayView<T>::GetSlice(qelsize_t index, qelsize_t l
 }
 
 // The storage types, and SpecialKind for the specials.
-
-template class TypedRawData<unsigned char>;
-template class TypedRawData<unsigned int>;
-template class TypedRawData<unsigned long long>;
-template class TypedRawData<RIndirectString>;
-template class TypedRawData<QelTuple>;
-template class TypedRawData<std::shared_ptr<StoreValue>>;
-template class TypedRawData<SpecialKind>;
-
-template class VectorRawData<unsigned char>;
-template class VectorRawData<unsigned int>;
-template class VectorRawData<unsigned long long>;
-template class VectorRawData<RIndirectString>;
-template class VectorRawData<QelTuple>;
-template class VectorRawData<std::shared_ptr<StoreValue>>;
-template class VectorRawData<SpecialKind>;
-
-template class UnmanagedRawData<unsigned char>;
-template class UnmanagedRawData<unsigned int>;
-template class UnmanagedRawData<unsigned long long>;
-template class UnmanagedRawData<RIndirectString>;
-template class UnmanagedRawData<QelTuple>;
-template class UnmanagedRawData<std::shared_ptr<StoreValue>>;
-template class UnmanagedRawData<SpecialKind>;
-
-template class PackagedArrayView<unsigned char>;
-template class PackagedArrayView<unsigned int>;
-template class PackagedArrayView<unsigned long long>;
-template class PackagedArrayView<RIndirectString>;
-template class PackagedArrayView<QelTuple>;
-template class PackagedArrayView<std::shared_ptr<StoreValue>>;
-template class PackagedArrayView<SpecialKind>;
-
-template std::unique_ptr<TemporaryRawData> TemporaryRawData::Make<unsigned char>(unsigned int);
-template std::unique_ptr<TemporaryRawData> TemporaryRawData::Make<unsigned int>(unsigned int);
-template std::unique_ptr<TemporaryRawData> TemporaryRawData::Make<unsigned long long>(unsigned int);
-template std::unique_ptr<TemporaryRawData> TemporaryRawData::Make<RIndirectString>(unsigned int);
-template std::unique_ptr<TemporaryRawData> TemporaryRawData::Make<QelTuple>(unsigned int);
-template std::unique_ptr<TemporaryRawData> TemporaryRawData::Make<std::shared_ptr<StoreValue>>(
-    unsigned int);
-template std::unique_ptr<TemporaryRawData> TemporaryRawData::Make<SpecialKind>(unsigned int);
+#define QEL_DETAIL_INSTANTIATE_RAW_DATA(T) \
+    template class TypedRawData<T>;        \
+    template class VectorRawData<T>;       \
+    template class UnmanagedRawData<T>;    \
+    template class PackagedArrayView<T>;   \
+    template std::unique_ptr<TemporaryRawData> TemporaryRawData::Make<T>(unsigned int);
+QEL_FOR_EACH_STORAGE_TYPE(QEL_DETAIL_INSTANTIATE_RAW_DATA)
+QEL_DETAIL_INSTANTIATE_RAW_DATA(SpecialKind)
+#undef QEL_DETAIL_INSTANTIATE_RAW_DATA
 
 }  // namespace qel::core

@@ -652,12 +652,7 @@ std::shared_ptr<StoreValue> MakeArray(Type const* elementType, std::vector<T>&& 
                                                       std::vector<SpecialKind>&&,                  \
                                                       std::vector<qelsize_t>&&, SortSpecOrder);    \
     }
-QEL_INSTANTIATE_ARRAY(unsigned char)
-QEL_INSTANTIATE_ARRAY(unsigned int)
-QEL_INSTANTIATE_ARRAY(unsigned long long)
-QEL_INSTANTIATE_ARRAY(RIndirectString)
-QEL_INSTANTIATE_ARRAY(QelTuple)
-QEL_INSTANTIATE_ARRAY(std::shared_ptr<StoreValue>)
+QEL_FOR_EACH_STORAGE_TYPE(QEL_INSTANTIATE_ARRAY)
 #undef QEL_INSTANTIATE_ARRAY
 
 }  // namespace qel::core

@@ -18,9 +18,9 @@
 #include <memory>
 #include <mutex>
 
-#include "qel/core/store/ValueArray.h"
 #include "qel/core/store/ArrayIterators.h"
 #include "qel/core/store/CollectionInterfaces.h"
+#include "qel/core/store/ValueArray.h"
 
 namespace qel::core {
 
@@ -132,11 +132,8 @@ private:
     mutable std::once_flag m_iterableOnce;
 };
 
-extern template class ValueArray<unsigned char>;
-extern template class ValueArray<unsigned int>;
-extern template class ValueArray<unsigned long long>;
-extern template class ValueArray<RIndirectString>;
-extern template class ValueArray<QelTuple>;
-extern template class ValueArray<std::shared_ptr<StoreValue>>;
+#define QEL_DETAIL_DECLARE_VALUE_ARRAY(T) extern template class ValueArray<T>;
+QEL_FOR_EACH_STORAGE_TYPE(QEL_DETAIL_DECLARE_VALUE_ARRAY)
+#undef QEL_DETAIL_DECLARE_VALUE_ARRAY
 
 }  // namespace qel::core

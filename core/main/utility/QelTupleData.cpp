@@ -8,6 +8,7 @@
 #include "qel/core/store/StoreValue.h"
 #include "qel/core/types/HeterogeneousType.h"
 #include "qel/core/types/PackedStructOffsets.h"
+#include "qel/core/types/StorageTypes.h"
 #include "qel/core/types/TypeTraits.h"
 #include "qel/core/utility/QelTupleData.h"
 
@@ -288,13 +289,6 @@ void QelTupleData::SetNthValueUnsafe(unsigned int index, typename TypeTraits<T>:
     }
 }
 
-// clang-format off
-#define QEL_DETAIL_TUPLE_VALUE_TYPES(X)                                          \
-    X(bool) X(int) X(long long) X(float) X(double) X(RIndirectString)            \
-    X(QelDateTime) X(QelColor) X(std::shared_ptr<StoreValue>)                    \
-    X(unsigned char) X(unsigned int) X(unsigned long long) X(QelTuple)
-// clang-format on
-
 #define QEL_DETAIL_TUPLE_UNSAFE(X, T)                                                        \
     TypeTraits<T>::ArgType QelTupleData::GetNth##X##Unsafe(unsigned int index) const {       \
         return GetNthValueUnsafe<T>(index);                                                  \
@@ -333,7 +327,7 @@ typename TypeTraits<T>::ArgType QelTupleData::GetNthValue(unsigned int index) co
     template TypeTraits<T>::ArgType QelTupleData::GetNthValue<T>(unsigned int) const;       \
     template TypeTraits<T>::ArgType QelTupleData::GetNthValueUnsafe<T>(unsigned int) const; \
     template void QelTupleData::SetNthValueUnsafe<T>(unsigned int, TypeTraits<T>::ArgType);
-QEL_DETAIL_TUPLE_VALUE_TYPES(QEL_DETAIL_TUPLE_INSTANTIATE)
+QEL_FOR_EACH_VALUE_TYPE(QEL_DETAIL_TUPLE_INSTANTIATE)
 #undef QEL_DETAIL_TUPLE_INSTANTIATE
 
 // The checked accessors of one store type X, whose values are T.

@@ -8,10 +8,10 @@
 
 #include "core/main/serialize/KeyPathGrammar.h"
 #include "core/test/vtl/VtlTestUtil.h"
+#include "qel/core/serialize/KeyPathSerializer.h"
 #include "qel/core/store/ExternalTypeRegistry.h"
 #include "qel/core/store/ValueExternal.h"
 #include "qel/core/types/HeterogeneousType.h"
-#include "qel/core/serialize/KeyPathSerializer.h"
 
 namespace qel::core {
 namespace {
@@ -59,36 +59,34 @@ TEST_F(KeyPathParserTest, EveryRefusalWithItsTextAndSource) {
         Read read;
         char const *text, *what, *condition, *source = kParser;
     };
-    char const* const name = "(isName)";
-    char const* const end = "(scanner.Next() == VtlToken::End)";
-    char const* const passed = "(error == QelError::NoError)";
+    // The parser's own conditions are its spelling: the message, the text and
+    // the source tell the refusals apart.
+    char const* const any = test::kAnyCondition;
     Row const rows[] = {
         // A segment's first token is no name.
-        {kPath, "1.5", "unexpected token\n1.5", name},
-        {kPath, "true", "unexpected token\ntrue", name},
+        {kPath, "1.5", "unexpected token\n1.5", any},
+        {kPath, "true", "unexpected token\ntrue", any},
         // Text left behind a Make... parse: the text. A failed type leaves ":".
-        {kPath, "a b", "unexpected token\na b", end},
-        {kPath, "a:foo", "unexpected token\na:foo", end},
-        {kPath, "a:", "unexpected token\na:", end},
-        {kPath, "a:r<10>", "unexpected token\na:r<10>", end},
-        {kSegment, "a/b", "unexpected token\na/b", end},
-        {kList, "a ,", "unexpected token\na ,", end},
-        {kType, "i i", "unexpected token\ni i", end},
+        {kPath, "a b", "unexpected token\na b", any},
+        {kPath, "a:foo", "unexpected token\na:foo", any},
+        {kPath, "a:", "unexpected token\na:", any},
+        {kPath, "a:r<10>", "unexpected token\na:r<10>", any},
+        {kSegment, "a/b", "unexpected token\na/b", any},
+        {kList, "a ,", "unexpected token\na ,", any},
+        {kType, "i i", "unexpected token\ni i", any},
         // ParseType passes the code of the TryParse... family on.
-        {kType, "foo", "invalid StoreType\nfoo", passed},
-        {kType, "A", "unexpected token\nA", passed},
-        {kType, "", "unexpected token", passed},
+        {kType, "foo", "invalid StoreType\nfoo", any},
+        {kType, "A", "unexpected token\nA", any},
+        {kType, "", "unexpected token", any},
         // A member list may not end in a comma.
-        {kType, "P{ i, }", "unexpected token\nP{ i, }", passed},
-        {kType, "M{ a:i, }", "unexpected token\nM{ a:i, }", passed},
+        {kType, "P{ i, }", "unexpected token\nP{ i, }", any},
+        {kType, "M{ a:i, }", "unexpected token\nM{ a:i, }", any},
         // An unknown letter fails at once, also where a type is optional.
         {kPath, "a:q", "unknown type name", ""},
         {kType, "A<q>", "unknown type name", ""},
         {kPath, "a:x<NoSuchType>", "unknown type name\nNoSuchType", ""},
         // Types that the grammar reads but that cannot exist fail as they are built.
-        {kType, "S<S<i>>", "illegal element type",
-         "(IsStoreTypeSupportedInSet(elementType->GetStoreType()))",
-         " @ Source: core/main/types/Type"},
+        {kType, "S<S<i>>", "illegal element type", any, " @ Source: core/main/types/Type"},
         {kType, "T{ a:i }", "every value in a table should be an array",
          "(member.GetType()->Is(StoreType::Array))",
          " @ Source: core/main/types/HeterogeneousType"}};
@@ -97,16 +95,20 @@ TEST_F(KeyPathParserTest, EveryRefusalWithItsTextAndSource) {
         expected += " | ";
         expected += row.condition;
         expected += row.source;
-        EXPECT_EQ(Refused([&] { row.read(U(row.text)); }), expected) << row.text;
+        EXPECT_EQ(test::Unpinned(Refused([&] { row.read(U(row.text)); }), expected), expected)
+            << row.text;
     }
     // A scanned read refuses with the caller's message.
     VtlScanner path{U("a/")}, type{U("K<s>")};
     TStringCore const message(u"the message");
     std::string expected = "unexpected token\nthe message | ";
-    EXPECT_EQ(Refused([&] { KeyPathParser::ParseKeyPath(path, message); }),
-              expected + name + kParser);
-    EXPECT_EQ(Refused([&] { KeyPathParser::ParseType(type, message); }),
-              expected + passed + kParser);
+    expected += any;
+    expected += kParser;
+    EXPECT_EQ(
+        test::Unpinned(Refused([&] { KeyPathParser::ParseKeyPath(path, message); }), expected),
+        expected);
+    EXPECT_EQ(test::Unpinned(Refused([&] { KeyPathParser::ParseType(type, message); }), expected),
+              expected);
 }
 
 TEST_F(KeyPathParserTest, TheGrammarsEdges) {

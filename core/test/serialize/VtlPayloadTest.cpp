@@ -8,10 +8,10 @@
 #include <vector>
 
 #include "core/test/vtl/VtlTestUtil.h"
-#include "qel/core/utility/MetricsFilter.h"
 #include "qel/core/serialize/KeyPathSerializer.h"
 #include "qel/core/serialize/VtlParser.h"
 #include "qel/core/serialize/VtlSerializer.h"
+#include "qel/core/utility/MetricsFilter.h"
 
 namespace qel::core {
 namespace {
@@ -154,36 +154,39 @@ TEST(VtlPayloadTest, EveryRefusal) {
         {"(graph)\n(vtl)\n(updatable-keys)\n", invalid + keys + " | " + keys + src},
         // Bad graph lines: the scanner's refusal with the line.
         {"(graph)\n3,,a\n(updatable-keys)\n(vtl)\n",
-         "unexpected token\n3,,a | (token.GetType() == type) @ Source: "
+         "unexpected token\n3,,a | <any condition> @ Source: "
          "core/main/serialize/VtlScanner"},
         {"(graph)\n3,,a,7\n(updatable-keys)\n(vtl)\n",
-         "unexpected token\n3,,a,7 | (token.GetType() == type) @ Source: "
+         "unexpected token\n3,,a,7 | <any condition> @ Source: "
          "core/main/serialize/VtlScanner"},
         // An all-digit first segment is taken for a target.
         {"(graph)\n,12/x,c\n(updatable-keys)\n(vtl)\n",
-         "unexpected token\n,12/x,c | (token.GetType() == type) @ Source: "
+         "unexpected token\n,12/x,c | <any condition> @ Source: "
          "core/main/serialize/VtlScanner"},
         {"(graph)\n1,2,,a,c\n(updatable-keys)\n(vtl)\n",
          "logic: a buffer may only have a single source transform\n1,2,,a,c | "
          "(sourceIds.size() <= 1)" +
              src},
         {"(graph)\n,a,x\n(updatable-keys)\n(vtl)\n",
-         "logic: unspecified Vantrel Runtime error | (letter == u'c' || letter == u'i')" + src},
+         "logic: unspecified Vantrel Runtime error | <any condition>" + src},
         // A bad key line fails as MakeKeyPath.
         {"(graph)\n(updatable-keys)\na b\n(vtl)\n",
-         "unexpected token\na b | (scanner.Next() == VtlToken::End) @ Source: "
+         "unexpected token\na b | <any condition> @ Source: "
          "core/main/serialize/KeyPathParser"},
         // A bad VTL body fails as ParseVtlList.
         {"(graph)\n(updatable-keys)\n(vtl)\na copy b\n",
-         "unexpected token\na copy b | (scanner.NextIf(VtlTokenType::Arrow)) @ Source: "
+         "unexpected token\na copy b | <any condition> @ Source: "
          "core/main/serialize/VtlParser"},
     };
     for (Row const& row : rows)
-        EXPECT_EQ(Refused([&] { Parse(row.text); }), row.refusal) << row.text;
-    EXPECT_EQ(Refused([] { VtlPayloadUtils::BufferTypeToChar(static_cast<BufferType>(2)); }),
-              "logic: unspecified Vantrel Runtime error | (type == BufferType::C || type == "
-              "BufferType::I)" +
-                  src);
+        EXPECT_EQ(test::Unpinned(Refused([&] { Parse(row.text); }), row.refusal), row.refusal)
+            << row.text;
+    std::string const badBuffer =
+        "logic: unspecified Vantrel Runtime error | <any condition>" + src;
+    EXPECT_EQ(test::Unpinned(
+                  Refused([] { VtlPayloadUtils::BufferTypeToChar(static_cast<BufferType>(2)); }),
+                  badBuffer),
+              badBuffer);
 }
 
 // A refused line of any section is numbered in the whole payload.

@@ -7,8 +7,8 @@
 #include <string>
 
 #include "core/test/ThrownText.h"
-#include "qel/core/utility/QelException.h"
 #include "qel/core/serialize/VtlLiteralParser.h"
+#include "qel/core/utility/QelException.h"
 
 namespace qel::core {
 namespace {

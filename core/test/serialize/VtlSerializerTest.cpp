@@ -11,13 +11,13 @@
 #include <vector>
 
 #include "core/test/vtl/VtlTestUtil.h"
+#include "qel/core/serialize/KeyPathSerializer.h"
 #include "qel/core/serialize/OperatorTypeSerializeUtils.h"
+#include "qel/core/serialize/VtlParser.h"
 #include "qel/core/store/Factory.h"
 #include "qel/core/store/SpecialKind.h"
 #include "qel/core/types/Type.h"
-#include "qel/core/serialize/KeyPathSerializer.h"
 #include "qel/core/vtl/Visitors.h"
-#include "qel/core/serialize/VtlParser.h"
 
 namespace qel::core {
 namespace {

@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "qel/core/types/Type.h"
 #include "qel/core/serialize/VtlParser.h"
+#include "qel/core/types/Type.h"
 
 namespace qel::core {
 namespace {

@@ -8,8 +8,8 @@
 #include <thread>
 
 #include "core/test/Refusal.h"
-#include "qel/core/types/Type.h"
 #include "qel/core/serialize/KeyPathParser.h"
+#include "qel/core/types/Type.h"
 
 namespace qel::core {
 namespace {

@@ -11,12 +11,14 @@
 
 #include "core/test/Refusal.h"
 #include "qel/core/store/StoreValue.h"
+#include "qel/core/types/StorageTypes.h"
 #include "qel/core/utility/ArrayView.h"
 #include "qel/core/utility/QelTupleData.h"
 
 namespace qel::core {
 namespace {
 
+using test::MatchesRefusal;
 using test::Refusal;
 
 constexpr qelsize_t kMax32 = std::numeric_limits<qelsize_t>::max();
@@ -38,9 +40,7 @@ struct ReceivedBuffer : ISharedDataBuffer {
 
 template <class T>
 class RawDataTypedTest : public ::testing::Test {};
-using ElementTypes =
-    ::testing::Types<unsigned char, unsigned int, unsigned long long, RIndirectString, QelTuple,
-                     std::shared_ptr<StoreValue>, SpecialKind>;
+using ElementTypes = ::testing::Types<QEL_STORAGE_TYPES, SpecialKind>;
 TYPED_TEST_SUITE(RawDataTypedTest, ElementTypes);
 
 TYPED_TEST(RawDataTypedTest, PackagesAndSlicesNeverCopyElements) {
@@ -171,9 +171,8 @@ TEST(RawDataTest, WindowConstructorsCheckAsymmetrically) {
     EXPECT_EQ(window.GetValue(1), first + 2);
     EXPECT_EQ(Refusal([&] { window.GetValue(2); }), kElementInWindow);
     EXPECT_EQ(window.GetSlice(1, 2).GetValue(1), first + 3);
-    EXPECT_EQ(Refusal([&] { window.GetSlice(kMax32, 0); }),
-              "index out of bounds | (std::numeric_limits<qelsize_t>::max() - m_startIndex >= "
-              "index)");
+    EXPECT_TRUE(MatchesRefusal(Refusal([&] { window.GetSlice(kMax32, 0); }),
+                               "index out of bounds | <any condition>"));
 }
 
 TEST(RawDataTest, ScratchIsFilledThroughAWritableView) {
@@ -187,8 +186,8 @@ TEST(RawDataTest, ScratchIsFilledThroughAWritableView) {
 
     TemporaryRawData taken = std::move(*scratch);
     EXPECT_EQ(taken.Get().GetSize(), 3u);
-    EXPECT_EQ(Refusal([&] { scratch->Get(); }),
-              "cannot dereference null pointer | (m_data) != nullptr");
+    EXPECT_TRUE(MatchesRefusal(Refusal([&] { scratch->Get(); }),
+                               "cannot dereference null pointer | <any condition>"));
     std::unique_ptr<TemporaryRawData> specials = TemporaryRawData::Make<SpecialKind>(2);
     for (SpecialKind kind : specials->Get().GetView<SpecialKind>())
         EXPECT_EQ(kind, SpecialKind::Normal);
@@ -207,17 +206,18 @@ TEST(RawDataTest, BuffersStayConsistentWhenMovedOrMisused) {
     // A window must be on the buffer it is packaged with.
     auto one = std::make_shared<Bytes const>(std::vector<unsigned char>(2));
     auto other = std::make_shared<Bytes const>(std::vector<unsigned char>(2));
-    EXPECT_EQ(Refusal([&] { PackagedArrayView<unsigned char>(one, ConstRawDataView(*other)); }),
-              "illegal operation\nthe window is not on the packaged buffer | "
-              "(&window.GetData() == m_data.get())");
+    EXPECT_TRUE(MatchesRefusal(
+        Refusal([&] { PackagedArrayView<unsigned char>(one, ConstRawDataView(*other)); }),
+        "illegal operation\nthe window is not on the packaged buffer | <any condition>"));
     // A count past 32 bits is refused before anything is read.
     bool destroyed = false;
     auto owner = std::make_shared<ReceivedBuffer<unsigned char>>(1, destroyed);
-    EXPECT_EQ(Refusal([&] {
-                  UnmanagedRawData<unsigned char>(
-                      owner, ArrayView<unsigned char const>(owner->values.data(), 1ull << 32));
-              }),
-              "out of range | (count <= std::numeric_limits<qelsize_t>::max())");
+    EXPECT_TRUE(MatchesRefusal(Refusal([&] {
+                                   UnmanagedRawData<unsigned char>(
+                                       owner, ArrayView<unsigned char const>(owner->values.data(),
+                                                                             1ull << 32));
+                               }),
+                               "out of range | <any condition>"));
 }
 
 constexpr std::size_t kMax = std::numeric_limits<std::size_t>::max();

@@ -11,6 +11,7 @@
 #include "qel/core/store/ArrayAdapter.h"
 #include "qel/core/store/Factory.h"
 #include "qel/core/types/HeterogeneousType.h"
+#include "qel/core/types/StorageTypes.h"
 #include "qel/core/utility/QelTupleData.h"
 
 namespace qel::core {
@@ -47,8 +48,7 @@ std::pair<Type const*, std::vector<T>> Samples() {
 
 template <class T>
 class ValueArrayTypedTest : public testing::Test {};
-using StorageTypes = testing::Types<unsigned char, unsigned int, unsigned long long,
-                                    RIndirectString, QelTuple, std::shared_ptr<StoreValue>>;
+using StorageTypes = testing::Types<QEL_STORAGE_TYPES>;
 TYPED_TEST_SUITE(ValueArrayTypedTest, StorageTypes);
 
 // Values [v0, v1, v2] with indices [2, 0, 0, 1] read v2 v0 v0 v1 on every

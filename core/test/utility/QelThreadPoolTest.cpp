@@ -38,8 +38,9 @@ TEST_F(QelThreadPoolTest, RecommendedNumberOfWorkers) {
     EXPECT_EQ(QelThreadPool::RecommendedNumberOfWorkers(8), 2u);  // 4 idle workers
     QelThreadPool::Initialize(0);
     EXPECT_EQ(sys::TThreadPool::Get().GetNumberOfThreads(), 1u);
-    EXPECT_EQ(test::Refusal([] { QelThreadPool::Initialize(sys::TThreadPool::kMaxThreads + 1); }),
-              "out of range\nworker count 4097 | (workers <= sys::TThreadPool::kMaxThreads)");
+    EXPECT_TRUE(test::MatchesRefusal(
+        test::Refusal([] { QelThreadPool::Initialize(sys::TThreadPool::kMaxThreads + 1); }),
+        "out of range\nworker count 4097 | <any condition>"));
 }
 
 // The first failure in the order of the handles wins, though a later task
@@ -110,15 +111,18 @@ TEST_F(QelThreadPoolTest, BadHandlesAndWorkAreRefusedAfterTheRestRan) {
     handles.push_back(QelThreadPool::ScheduleTaskWorker([&] { ++ran; }));
     handles.push_back(nullptr);
     handles.push_back(std::make_unique<Foreign>());
-    EXPECT_EQ(test::Refusal([&] { QelThreadPool::Wait(std::move(handles)); }),
-              "null is not a valid argument\ntask handle 1 | (firstNull == none)");
+    EXPECT_TRUE(
+        test::MatchesRefusal(test::Refusal([&] { QelThreadPool::Wait(std::move(handles)); }),
+                             "null is not a valid argument\ntask handle 1 | <any condition>"));
     EXPECT_EQ(ran, 1);
     handles.erase(handles.begin() + 1);  // the first was emptied by the wait
-    EXPECT_EQ(test::Refusal([&] { QelThreadPool::Wait(std::move(handles)); }),
-              "illegal operation\ntask handle 0 was not made by ScheduleTaskWorker or was "
-              "already waited for | (firstForeign == none)");
-    EXPECT_EQ(test::Refusal([] { QelThreadPool::ScheduleTaskWorker({}); }),
-              "null is not a valid argument\ntask work | (work != nullptr)");
+    EXPECT_TRUE(
+        test::MatchesRefusal(test::Refusal([&] { QelThreadPool::Wait(std::move(handles)); }),
+                             "illegal operation\ntask handle 0 was not made by "
+                             "ScheduleTaskWorker or was already waited for | "
+                             "<any condition>"));
+    EXPECT_TRUE(test::MatchesRefusal(test::Refusal([] { QelThreadPool::ScheduleTaskWorker({}); }),
+                                     "null is not a valid argument\ntask work | <any condition>"));
 }
 
 }  // namespace

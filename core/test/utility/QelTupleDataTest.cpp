@@ -58,9 +58,8 @@ TEST(QelTupleDataTest, CheckedAccessorsRefuseIndexAndStoreType) {
               "type doesn't match expected type | (GetNthType(index)->Is(StoreType::DateTime))");
     EXPECT_EQ(Refusal([&] { t.GetNthSpecial(10); }),
               "index out of bounds | (index < m_type->GetMembers().size())");
-    EXPECT_EQ(
-        Refusal([&] { t.GetNthValue<double>(9); }),
-        "type doesn't match expected type | (TypeTraits<T>::IsMatchingType(GetNthType(index)))");
+    EXPECT_TRUE(test::MatchesRefusal(Refusal([&] { t.GetNthValue<double>(9); }),
+                                     "type doesn't match expected type | <any condition>"));
 }
 
 TEST(QelTupleDataTest, ValuesAndSpecialBytesAreSetApart) {

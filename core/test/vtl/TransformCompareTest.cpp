@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "core/test/vtl/VtlTestUtil.h"
+#include "qel/core/serialize/VtlParser.h"
 #include "qel/core/store/ValueArray.h"
 #include "qel/core/types/Type.h"
-#include "qel/core/serialize/VtlParser.h"
 
 namespace qel::core {
 namespace {

@@ -41,8 +41,9 @@ TEST(ValueSpecTest, EveryRefusal) {
 
     ValueSpec const key(P(u"a"));
     ValueSpec value(factory::MakeBool(true));
-    EXPECT_EQ(Refused([&] { key.GetValue(); }),
-              "ValueSpec instance contains a key, not a value | !(IsKey())" + at);
+    EXPECT_TRUE(test::MatchesRefusal(
+        Refused([&] { key.GetValue(); }),
+        "ValueSpec instance contains a key, not a value | <any condition>" + at));
     std::string const notAKey = "ValueSpec instance contains a value, not a key | (IsKey())" + at;
     EXPECT_EQ(Refused([&] { std::as_const(value).GetKeyPath(); }), notAKey);
     EXPECT_EQ(Refused([&] { value.GetKeyPath(); }), notAKey);

@@ -11,9 +11,9 @@
 #include <vector>
 
 #include "core/test/Refusal.h"
+#include "qel/core/serialize/KeyPathSerializer.h"
 #include "qel/core/store/StoreValue.h"
 #include "qel/core/vtl/FunctionSpec.h"
-#include "qel/core/serialize/KeyPathSerializer.h"
 #include "qel/core/vtl/TransformCompare.h"
 #include "qel/core/vtl/TransformSpec.h"
 

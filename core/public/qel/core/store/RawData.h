@@ -27,6 +27,7 @@
 
 #include "qel/core/store/SpecialKind.h"
 #include "qel/core/types/RIndirectString.h"
+#include "qel/core/types/StorageTypes.h"
 #include "qel/core/utility/ArrayView.h"
 #include "qel/core/utility/Base.h"
 #include "qel/core/utility/Validation.h"
@@ -295,36 +296,14 @@ private:
     ArrayView<const T> m_view = ArrayView<const T>::Null();
 };
 
-extern template class TypedRawData<unsigned char>;
-extern template class TypedRawData<unsigned int>;
-extern template class TypedRawData<unsigned long long>;
-extern template class TypedRawData<RIndirectString>;
-extern template class TypedRawData<QelTuple>;
-extern template class TypedRawData<std::shared_ptr<StoreValue>>;
-extern template class TypedRawData<SpecialKind>;
-
-extern template class VectorRawData<unsigned char>;
-extern template class VectorRawData<unsigned int>;
-extern template class VectorRawData<unsigned long long>;
-extern template class VectorRawData<RIndirectString>;
-extern template class VectorRawData<QelTuple>;
-extern template class VectorRawData<std::shared_ptr<StoreValue>>;
-extern template class VectorRawData<SpecialKind>;
-
-extern template class UnmanagedRawData<unsigned char>;
-extern template class UnmanagedRawData<unsigned int>;
-extern template class UnmanagedRawData<unsigned long long>;
-extern template class UnmanagedRawData<RIndirectString>;
-extern template class UnmanagedRawData<QelTuple>;
-extern template class UnmanagedRawData<std::shared_ptr<StoreValue>>;
-extern template class UnmanagedRawData<SpecialKind>;
-
-extern template class PackagedArrayView<unsigned char>;
-extern template class PackagedArrayView<unsigned int>;
-extern template class PackagedArrayView<unsigned long long>;
-extern template class PackagedArrayView<RIndirectString>;
-extern template class PackagedArrayView<QelTuple>;
-extern template class PackagedArrayView<std::shared_ptr<StoreValue>>;
-extern template class PackagedArrayView<SpecialKind>;
+// The storage types, and SpecialKind for the specials.
+#define QEL_DETAIL_DECLARE_RAW_DATA(T)         \
+    extern template class TypedRawData<T>;     \
+    extern template class VectorRawData<T>;    \
+    extern template class UnmanagedRawData<T>; \
+    extern template class PackagedArrayView<T>;
+QEL_FOR_EACH_STORAGE_TYPE(QEL_DETAIL_DECLARE_RAW_DATA)
+QEL_DETAIL_DECLARE_RAW_DATA(SpecialKind)
+#undef QEL_DETAIL_DECLARE_RAW_DATA
 
 }  // namespace qel::core

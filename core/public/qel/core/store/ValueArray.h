@@ -14,8 +14,9 @@
 #include <vector>
 
 #include "qel/core/store/RawData.h"
-#include "qel/core/store/StoreValue.h"
 #include "qel/core/store/SortSpecOrder.h"
+#include "qel/core/store/StoreValue.h"
+#include "qel/core/types/StorageTypes.h"
 
 namespace qel::core {
 
@@ -75,12 +76,7 @@ std::shared_ptr<StoreValue> MakeArray(Type const* elementType, std::vector<T>&& 
                                                              std::vector<qelsize_t>&&,           \
                                                              SortSpecOrder);                     \
     }
-QEL_DECLARE_ARRAY_FACTORY(unsigned char)
-QEL_DECLARE_ARRAY_FACTORY(unsigned int)
-QEL_DECLARE_ARRAY_FACTORY(unsigned long long)
-QEL_DECLARE_ARRAY_FACTORY(RIndirectString)
-QEL_DECLARE_ARRAY_FACTORY(QelTuple)
-QEL_DECLARE_ARRAY_FACTORY(std::shared_ptr<StoreValue>)
+QEL_FOR_EACH_STORAGE_TYPE(QEL_DECLARE_ARRAY_FACTORY)
 #undef QEL_DECLARE_ARRAY_FACTORY
 
 }  // namespace qel::core

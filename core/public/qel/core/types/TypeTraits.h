@@ -3,7 +3,8 @@
 // The three views of a value: its StoreType, the element type a client works
 // with (TypeTraits) and the storage type it lies in (StorageTypeTraits).
 // Values of one bit width share a storage type, so the containers of the
-// store are instantiated for six storage types only:
+// store are instantiated for six storage types only (StorageTypes.h lists
+// them, generated from StoreType.def):
 //
 //   unsigned char        Bool
 //   unsigned int         Int32, Real32, Color
@@ -20,6 +21,7 @@
 #include <memory>
 
 #include "qel/core/types/RIndirectString.h"
+#include "qel/core/types/StorageTypes.h"
 #include "qel/core/types/Type.h"
 #include "qel/core/utility/QelColor.h"
 #include "qel/core/utility/QelDateTime.h"
@@ -34,8 +36,9 @@ namespace detail {
 inline bool StoreTypeIs(Type const* type, StoreType a) {
     return type != nullptr && type->GetStoreType() == a;
 }
-inline bool StoreTypeIsAny(Type const* type, StoreType a, StoreType b, StoreType c) {
-    return StoreTypeIs(type, a) || StoreTypeIs(type, b) || StoreTypeIs(type, c);
+template <class S>
+bool IsStoredIn(Type const* type) {
+    return type != nullptr && IsStoredAs<S>(type->GetStoreType());
 }
 inline bool IsNestedStorage(Type const* type) {
     return type != nullptr &&
@@ -121,24 +124,19 @@ template <>
 struct StorageTypeTraits<unsigned char> {
     using StorageType = unsigned char;
     using ArgType = unsigned char;
-    static bool IsMatchingType(Type const* t) { return detail::StoreTypeIs(t, StoreType::Bool); }
+    static bool IsMatchingType(Type const* t) { return detail::IsStoredIn<unsigned char>(t); }
 };
 template <>
 struct StorageTypeTraits<unsigned int> {
     using StorageType = unsigned int;
     using ArgType = unsigned int;
-    static bool IsMatchingType(Type const* t) {
-        return detail::StoreTypeIsAny(t, StoreType::Int32, StoreType::Real32, StoreType::Color);
-    }
+    static bool IsMatchingType(Type const* t) { return detail::IsStoredIn<unsigned int>(t); }
 };
 template <>
 struct StorageTypeTraits<unsigned long long> {
     using StorageType = unsigned long long;
     using ArgType = unsigned long long;
-    static bool IsMatchingType(Type const* t) {
-        return detail::StoreTypeIsAny(t, StoreType::Int64, StoreType::Real64, StoreType::Date) ||
-               detail::StoreTypeIs(t, StoreType::DateTime);
-    }
+    static bool IsMatchingType(Type const* t) { return detail::IsStoredIn<unsigned long long>(t); }
 };
 template <>
 struct StorageTypeTraits<RIndirectString> : TypeTraits<RIndirectString> {};
