@@ -2,6 +2,18 @@
 
 // The whole public surface of libqelcore in one include.
 
+#include "qel/core/functions/BuiltinFunctions.h"
+#include "qel/core/functions/FunctionKey.h"
+#include "qel/core/functions/FunctionNames.h"
+#include "qel/core/functions/FunctionRegistration.h"
+#include "qel/core/functions/FunctionRegistry.h"
+#include "qel/core/functions/FunctionRegistryMap.h"
+#include "qel/core/functions/FunctionTypeCheck.h"
+#include "qel/core/functions/Functors.h"
+#include "qel/core/functions/RegisteredFunctions.h"
+#include "qel/core/functions/RegistryOfBinaryFunctions.h"
+#include "qel/core/functions/RegistryOfMultinaryFunctions.h"
+#include "qel/core/functions/RegistryOfUnaryFunctions.h"
 #include "qel/core/serialize/KeyPathParser.h"
 #include "qel/core/serialize/KeyPathSerializer.h"
 #include "qel/core/serialize/OperatorTypeSerializeUtils.h"

@@ -1,0 +1,16 @@
+#include "qel/core/functions/BuiltinFunctions.h"
+
+#include "qel/core/functions/FunctionRegistry.h"
+#include "qel/core/utility/MetricsFilter.h"
+
+namespace qel::core {
+
+void RegisterAllBuiltinFunctions(FunctionRegistry& registry) {
+    auto const scope = OpenMetricsScope("qel_core_RegisterAllBuiltinFunctions");
+    // The filter and map lists join these, ahead of them, once sets exist.
+    RegisterBuiltinReduceFunctions(registry);
+    RegisterBuiltinSetValueMultiFunctions(registry);
+    RegisterBuiltinZipWithFunctions(registry);
+}
+
+}  // namespace qel::core
