@@ -7,7 +7,8 @@ namespace qel::core {
 
 void RegisterAllBuiltinFunctions(FunctionRegistry& registry) {
     auto const scope = OpenMetricsScope("qel_core_RegisterAllBuiltinFunctions");
-    // The filter and map lists join these, ahead of them, once sets exist.
+    RegisterBuiltinFilterFunctions(registry);
+    RegisterBuiltinMapFunctions(registry);
     RegisterBuiltinReduceFunctions(registry);
     RegisterBuiltinSetValueMultiFunctions(registry);
     RegisterBuiltinZipWithFunctions(registry);

@@ -158,7 +158,8 @@ TEST(FunctionRegistryTest, BuiltinsRegisterInListOrderInsideTheirMetricScope) {
     metrics::SetSink(std::move(previous));
     EXPECT_EQ(scopes, std::vector<std::string>{"qel_core_RegisterAllBuiltinFunctions"});
 
-    // Reduce, then setValueMulti (the vector keys), then zipWith.
+    // Filter, map and reduce, then setValueMulti (the vector keys), then
+    // zipWith.
     std::vector<std::string> names;
     std::vector<bool> vector;
     registry->GetFunctionInfos().ForEach([&](FunctionKey const& key, FunctionInfo const&) {
@@ -166,7 +167,7 @@ TEST(FunctionRegistryTest, BuiltinsRegisterInListOrderInsideTheirMetricScope) {
         vector.push_back(key.GetInputArgContainer() == Container::Vector);
     });
     ASSERT_FALSE(names.empty());
-    EXPECT_EQ(names.front(), "min");
+    EXPECT_EQ(names.front(), "filterNullAndMissing");
     EXPECT_EQ(names.back(), "bitor");
     auto const firstVector = std::find(vector.begin(), vector.end(), true) - vector.begin();
     auto const lastVector = vector.rend() - std::find(vector.rbegin(), vector.rend(), true);
@@ -181,9 +182,9 @@ TEST(FunctionRegistryTest, BuiltinsRegisterInListOrderInsideTheirMetricScope) {
     EXPECT_TRUE(dateMin.HasSpecialFunction());
     EXPECT_FALSE(dateMin.HasFunction());
 
-    // A second fill fails at its first registration.
+    // A second fill fails at its first registration, a special function.
     EXPECT_EQ(ThrownText([&] { RegisterAllBuiltinFunctions(*registry); }),
-              "function already exists at key: \nmin");
+              "special function already exists at key: \nfilterNullAndMissing");
 }
 
 }  // namespace

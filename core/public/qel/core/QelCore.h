@@ -32,6 +32,7 @@
 #include "qel/core/store/KeyPath.h"
 #include "qel/core/store/KeyPathPrefixTree.h"
 #include "qel/core/store/RawData.h"
+#include "qel/core/store/SetAdapter.h"
 #include "qel/core/store/SortSpecOrder.h"
 #include "qel/core/store/SpecialKind.h"
 #include "qel/core/store/StoreTypeDispatcher.h"

@@ -12,6 +12,10 @@ class FunctionRegistry;
 // Runs in the metric scope "qel_core_RegisterAllBuiltinFunctions".
 void RegisterAllBuiltinFunctions(FunctionRegistry& registry);
 
+// Filter functions: a Bool per element, some from a creator's set.
+void RegisterBuiltinFilterFunctions(FunctionRegistry& registry);
+// Map functions: one output element per input element.
+void RegisterBuiltinMapFunctions(FunctionRegistry& registry);
 // Binary folds, run through Aggregate: min, max, sum, and, or, xor and the
 // counts.
 void RegisterBuiltinReduceFunctions(FunctionRegistry& registry);

@@ -57,6 +57,65 @@ ErasedFunction EraseFunction(F* f) {
 }
 
 // ---------------------------------------------------------------------------
+// Unary functions. Types default to those of the element types; QelDateTime
+// and the any type need them given.
+
+template <class I, class O, O (*Function)(typename TypeTraits<I>::ArgType)>
+void RegisterUnaryFunction(FunctionRegistry& registry, char16_t const* name,
+                           Type const* input = FunctionElementType<I>(),
+                           Type const* output = FunctionElementType<O>()) {
+    RegistryOfUnaryFunctions& unary = registry.GetMutableUnaryFuncs();
+    FunctionKey key(RInternString(name), input);
+    unary.ValidateInputTypes<I>(key);
+    unary.ValidateOutputType<O>(key, output);
+    unary.Register(std::move(key), output, RegistryOfUnaryFunctions::Function,
+                   EraseFunction(&UnaryFunctorFactory<I, O, Function>));
+}
+
+template <class I, class O,
+          std::pair<O, SpecialKind> (*Function)(typename TypeTraits<I>::ArgType, SpecialKind)>
+void RegisterUnarySpecialFunction(FunctionRegistry& registry, char16_t const* name,
+                                  Type const* input = FunctionElementType<I>(),
+                                  Type const* output = FunctionElementType<O>()) {
+    RegistryOfUnaryFunctions& unary = registry.GetMutableUnaryFuncs();
+    FunctionKey key(RInternString(name), input);
+    unary.ValidateInputTypes<I>(key);
+    unary.ValidateOutputType<O>(key, output);
+    unary.Register(std::move(key), output, RegistryOfUnaryFunctions::SpecialFunction,
+                   EraseFunction(&UnarySpecialFunctorFactory<I, O, Function>));
+}
+
+// A creator: F is built from the creator input values when the functor is
+// made. F's call operator takes (I) for the plain slot and (I, SpecialKind)
+// for the special one.
+template <class I, class O, class F>
+void RegisterUnaryCreator(FunctionRegistry& registry, char16_t const* name, Type const* input,
+                          Type const* output, TypeRefVec<VariableTypeRef> creatorInputs,
+                          bool isStateful = false) {
+    RegistryOfUnaryFunctions& unary = registry.GetMutableUnaryFuncs();
+    FunctionKey key(RInternString(name), input);
+    unary.ValidateInputTypes<I>(key);
+    unary.ValidateOutputType<O>(key, output);
+    unary.Register(std::move(key), output, std::move(creatorInputs),
+                   RegistryOfUnaryFunctions::Creator, isStateful,
+                   EraseFunction(&UnaryFunctorCreatorFactory<I, O, F>));
+}
+
+template <class I, class O, class F>
+void RegisterUnarySpecialCreator(FunctionRegistry& registry, char16_t const* name,
+                                 Type const* input, Type const* output,
+                                 TypeRefVec<VariableTypeRef> creatorInputs,
+                                 bool isStateful = false) {
+    RegistryOfUnaryFunctions& unary = registry.GetMutableUnaryFuncs();
+    FunctionKey key(RInternString(name), input);
+    unary.ValidateInputTypes<I>(key);
+    unary.ValidateOutputType<O>(key, output);
+    unary.Register(std::move(key), output, std::move(creatorInputs),
+                   RegistryOfUnaryFunctions::SpecialCreator, isStateful,
+                   EraseFunction(&UnarySpecialFunctorCreatorFactory<I, O, F>));
+}
+
+// ---------------------------------------------------------------------------
 // Binary functions
 
 template <class I1, class I2, class O,
