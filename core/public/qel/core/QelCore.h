@@ -14,6 +14,7 @@
 #include "qel/core/functions/RegistryOfBinaryFunctions.h"
 #include "qel/core/functions/RegistryOfMultinaryFunctions.h"
 #include "qel/core/functions/RegistryOfUnaryFunctions.h"
+#include "qel/core/serialize/JsonSerializer.h"
 #include "qel/core/serialize/KeyPathParser.h"
 #include "qel/core/serialize/KeyPathSerializer.h"
 #include "qel/core/serialize/OperatorTypeSerializeUtils.h"
