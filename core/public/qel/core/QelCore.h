@@ -15,6 +15,7 @@
 #include "qel/core/functions/RegistryOfMultinaryFunctions.h"
 #include "qel/core/functions/RegistryOfUnaryFunctions.h"
 #include "qel/core/serialize/BinaryBuffer.h"
+#include "qel/core/serialize/JsonObject.h"
 #include "qel/core/serialize/JsonSerializer.h"
 #include "qel/core/serialize/KeyPathParser.h"
 #include "qel/core/serialize/KeyPathSerializer.h"
