@@ -20,7 +20,8 @@ void PrintUsage(std::ostream& out) {
 }  // namespace
 
 std::vector<Command> const& Commands() {
-    static std::vector<Command> const commands = {MakeDemoCommand(), MakeVtlCommand()};
+    static std::vector<Command> const commands = {MakeDemoCommand(), MakeFunctionsCommand(),
+                                                  MakeVtlCommand()};
     return commands;
 }
 
@@ -51,6 +52,9 @@ int RunCommandLine(std::vector<std::string> const& args, std::ostream& out, std:
         } catch (UsageError const& e) {
             err << "qel " << command.name << ": " << e.what() << "\n\n" << command.usage;
             return 2;
+        } catch (CommandFailure const& e) {
+            err << "qel " << command.name << ": " << e.what() << '\n';
+            return 1;
         }
     }
     err << "qel: unknown command '" << args[0] << "'\n\n";

@@ -3,7 +3,8 @@
 // The command table and argument handling of `qel`. Each subcommand is one
 // entry with a name, a one-line summary, its usage text and a function. A
 // command gets the arguments after its name; a usage error is a UsageError,
-// which main reports with exit code 2.
+// which main reports with exit code 2, and a refusal of what the arguments
+// ask for is a CommandFailure, reported with exit code 1.
 
 #include <functional>
 #include <iosfwd>
@@ -14,6 +15,12 @@
 namespace qel::tools {
 
 struct UsageError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+// Printed as "qel COMMAND: what" on the error stream, without the usage text:
+// the command line was well formed.
+struct CommandFailure : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
@@ -37,6 +44,7 @@ bool ExpectNoArguments(Command const& command, std::vector<std::string> const& a
 
 // The command entries, one per source file.
 Command MakeDemoCommand();
+Command MakeFunctionsCommand();
 Command MakeVtlCommand();
 
 }  // namespace qel::tools
