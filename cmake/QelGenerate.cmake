@@ -26,7 +26,7 @@ endmacro()
 
 # From StoreType.def: the type dispatchers (one case per row, and the shared
 # pointer for every value past the table, so that each of the 256 values of a
-# StoreType byte has a case) and the storage type lists.
+# StoreType byte has a case) and the storage type lists, single and in pairs.
 function(qel_generate_store_types)
   set(def ${PROJECT_SOURCE_DIR}/core/public/qel/core/types/StoreType.def)
   set_property(DIRECTORY ${PROJECT_SOURCE_DIR} APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${def})
@@ -66,6 +66,13 @@ function(qel_generate_store_types)
   set(QEL_STORAGE_CASES "${storageCases}")
   set(QEL_STORED_AS_CASES "${storedAsCases}")
   string(JOIN ", " QEL_STORAGE_LIST ${storageTypes})
+  set(storagePairs "")
+  foreach(key IN LISTS storageTypes)
+    foreach(value IN LISTS storageTypes)
+      list(APPEND storagePairs "X(${key}, ${value})")
+    endforeach()
+  endforeach()
+  string(JOIN " " QEL_FOR_EACH_STORAGE_PAIR ${storagePairs})
   list(TRANSFORM storageTypes PREPEND "X(")
   list(TRANSFORM storageTypes APPEND ")")
   string(JOIN " " QEL_FOR_EACH_STORAGE ${storageTypes})

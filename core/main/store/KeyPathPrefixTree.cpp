@@ -4,6 +4,8 @@
 #include <boost/unordered_map.hpp>
 #include <boost/unordered_set.hpp>
 
+#include "qel/core/store/DataStore.h"
+#include "qel/core/store/DictionaryIterators.h"
 #include "qel/core/vtl/TransformSpec.h"
 #include "qel/core/vtl/Visitors.h"
 
@@ -39,6 +41,24 @@ KeyPathPrefixTree::~KeyPathPrefixTreeMap() {
                 pending.push_back(std::move(entry.second->m_children));
         }
     }
+}
+
+namespace {
+
+void AddKeys(KeyPathPrefixTree& node, IStoreKeyMap const& map) {
+    for (auto const& [key, value] : map.GetKeyValuePairs()) {
+        KeyPathPrefixTree* const child = node.InsertOrAssign(KeyPath(key), true);
+        if (value != nullptr && value->GetStoreType() == StoreType::KeyMap)
+            AddKeys(*child, value->AsKeyMap());
+    }
+}
+
+}  // namespace
+
+std::unique_ptr<KeyPathPrefixTree> KeyPathPrefixTree::Make(IDataStore const& store) {
+    std::unique_ptr<KeyPathPrefixTree> tree = Make();
+    AddKeys(*tree, *store.GetKeyMap());
+    return tree;
 }
 
 std::unique_ptr<KeyPathPrefixTree> KeyPathPrefixTree::Make() {

@@ -2,6 +2,7 @@
 
 #include <limits>
 
+#include "qel/core/store/ArrayIterators.h"
 #include "qel/core/utility/QelTupleData.h"
 
 namespace qel::core {
@@ -227,5 +228,13 @@ PackagedArrayView<T> PackagedArrayView<T>::GetSlice(qelsize_t index, qelsize_t l
 QEL_FOR_EACH_STORAGE_TYPE(QEL_DETAIL_INSTANTIATE_RAW_DATA)
 QEL_DETAIL_INSTANTIATE_RAW_DATA(SpecialKind)
 #undef QEL_DETAIL_INSTANTIATE_RAW_DATA
+
+// The runs of composite arrays.
+#define QEL_DETAIL_INSTANTIATE_RANGE_DATA(T)                   \
+    template class TypedRawData<ValueCompositeArrayRange<T>>;  \
+    template class VectorRawData<ValueCompositeArrayRange<T>>; \
+    template class PackagedArrayView<ValueCompositeArrayRange<T>>;
+QEL_FOR_EACH_STORAGE_TYPE(QEL_DETAIL_INSTANTIATE_RANGE_DATA)
+#undef QEL_DETAIL_INSTANTIATE_RANGE_DATA
 
 }  // namespace qel::core

@@ -4,6 +4,7 @@
 #include <bit>
 #include <limits>
 
+#include "core/main/store/ValueSetImpl.h"
 #include "qel/core/store/Factory.h"
 #include "qel/core/utility/Parser.h"
 #include "qel/core/utility/QelTupleData.h"
@@ -406,11 +407,29 @@ std::shared_ptr<StoreValue> ValueArray<T>::Materialize() const {
                                         PackagedArrayView<qelsize_t>(), m_sortOrder);
 }
 
-// Sets arrive with their own value class; until then an array cannot be
-// turned into one.
+// Placeholders under specials go in as ordinary members; a caller that does
+// not want them filters first. The set drops the Normal of ordinary slots.
+// Physical slots are read checked, as indices are never validated.
 template <class T>
-std::shared_ptr<StoreValue> ValueArray<T>::CopyAsSet(bool) const {
-    throw QelRuntimeException(QelError::NotImplemented, TStringCore(u"CopyAsSet"));
+std::shared_ptr<StoreValue> ValueArray<T>::CopyAsSet(bool includeSpecials) const {
+    bool const withSpecials = includeSpecials && HasSpecialValues();
+    auto values = MakeSetContainer<T>(GetElementType(), m_count);
+    auto specials = withSpecials ? std::make_unique<SpecialKindSet>(kSpecialKindBucketCount)
+                                 : std::unique_ptr<SpecialKindSet>();
+    ArrayView<T const> const source = m_values.GetView();
+    ArrayView<SpecialKind const> const kinds = m_specials.GetView();
+    if (!HasIndices()) {
+        values->insert(source.begin(), source.end());
+        if (withSpecials)
+            specials->insert(kinds.begin(), kinds.end());
+    } else {
+        for (qelsize_t p : m_indices.GetView()) {
+            values->insert(source.GetAt(p));
+            if (withSpecials)
+                specials->insert(kinds.GetAt(p));
+        }
+    }
+    return factory::MakeSet<T>(GetElementType(), std::move(values), std::move(specials));
 }
 
 template <class T>

@@ -14,6 +14,7 @@
 #include "qel/core/store/Factory.h"
 #include "qel/core/store/StoreValue.h"
 #include "qel/core/store/ValueArray.h"
+#include "qel/core/store/ValueSet.h"
 
 namespace qel::core {
 namespace {
@@ -223,6 +224,41 @@ TEST(BuiltinMapTest, ConstantCreatorsCheckTheirConstantOnce) {
               "null is not a valid argument");
     EXPECT_EQ((ThrownText([] { Created<int, int>(u"addConstant", I, {nullptr}); })),
               "null is not a valid argument");
+}
+
+template <class S>
+std::shared_ptr<StoreValue> SetOf(Type const* element, std::initializer_list<S> members) {
+    return factory::MakeSet<S>(element, std::make_unique<ValueSetContainer<S>>(members), nullptr);
+}
+
+TEST(BuiltinMapTest, SetCreatorsAnswerMembership) {
+    Values const odd{SetOf<unsigned int>(I, {1, 3, static_cast<unsigned int>(-5)})};
+    auto isIn = Created<int, bool>(u"isInSet", I, odd);
+    auto isNotIn = Created<int, bool>(u"isNotInSet", I, odd);
+    std::vector<int> const in{1, 2, 3, -5};
+    bool out[4];
+    ArrayView<bool> o(out, 4);
+    isIn->Project(ArrayView<int const>(in.data(), 4), o);
+    EXPECT_EQ((std::vector<bool>(out, out + 4)), (std::vector<bool>{true, false, true, true}));
+    EXPECT_TRUE(isNotIn->Do(2));
+    EXPECT_FALSE(isNotIn->Do(-5));
+    // Reals are members by their bits: -0.0 is not 0.0.
+    Values const zero{SetOf<unsigned long long>(R, {0ULL})};
+    auto keep = Created<double, bool>(u"keepOnly", R, zero);
+    EXPECT_TRUE(keep->Do(0.0));
+    EXPECT_FALSE(keep->Do(-0.0));
+    // The set's element type must be the function's.
+    Values const wide{SetOf<unsigned long long>(L, {1ULL})};
+    EXPECT_EQ((ThrownText([&] { Created<int, bool>(u"isInSet", I, wide); })),
+              "StoreValue is not an ITypedSet");
+    Values const real32{SetOf<unsigned int>(F, {1u})};
+    EXPECT_EQ((ThrownText([&] { Created<int, bool>(u"isInSet", I, real32); })),
+              "type doesn't match expected type");
+    EXPECT_EQ(Builtins()
+                  .GetFunctionInfo(FunctionKey(RInternString(u"isInSet"), I))
+                  .GetCreatorInputTypes()
+                  .front(),
+              SetType::Get(I));
 }
 
 }  // namespace

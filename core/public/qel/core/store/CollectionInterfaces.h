@@ -198,13 +198,10 @@ public:
 
 class IStoreTable {
 public:
-    class ColumnIterable {
-    public:
-        using Column = std::pair<RInternString, std::shared_ptr<StoreValue>>;
-        virtual ~ColumnIterable() = default;
-        virtual Column const* begin() const = 0;
-        virtual Column const* end() const = 0;
-    };
+    // The columns by name, in the order of the table's map; a range of its
+    // own (store/DictionaryIterators.h).
+    using ColumnIterable = KeyValuePairIterator<RInternString, std::shared_ptr<StoreValue>,
+                                                RInternString, std::shared_ptr<StoreValue>>;
     using SortOrder = std::vector<std::pair<RInternString, SortSpecOrder>>;
 
     virtual ~IStoreTable() = default;
@@ -212,7 +209,7 @@ public:
     virtual qelsize_t GetRowCount() const = 0;
     virtual bool HasColumn(RInternString const& name) const = 0;
     virtual std::shared_ptr<StoreValue> GetColumn(RInternString const& name) const = 0;
-    virtual ColumnIterable const& GetColumns() const = 0;
+    virtual ColumnIterable GetColumns() const = 0;
     virtual std::shared_ptr<StoreValue> GetRange(unsigned int startIndex, unsigned int length,
                                                  unsigned int step) const = 0;
     virtual SortOrder GetSortOrder() const = 0;

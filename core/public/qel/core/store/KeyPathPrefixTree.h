@@ -24,6 +24,7 @@
 
 namespace qel::core {
 
+class IDataStore;
 class TransformSpec;
 
 // The trie node over values of type V. Only the boolean, single-valued form
@@ -45,6 +46,9 @@ public:
     static std::unique_ptr<KeyPathPrefixTree> Make();
     // A tree with each path of `paths` concrete.
     static std::unique_ptr<KeyPathPrefixTree> Make(boost::unordered_set<KeyPath> const& paths);
+    // A tree of the store's keys, each concrete; the tree goes down through
+    // key maps only, so the values of any other kind are leaves.
+    static std::unique_ptr<KeyPathPrefixTree> Make(IDataStore const& store);
     // A tree of the keys the transforms use (children too when `recursive`),
     // each concrete: outputs unless empty, inputs and the function's key
     // arguments as they are, so an empty input makes the root concrete.

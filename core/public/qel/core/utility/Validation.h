@@ -11,6 +11,7 @@
 //   QEL_VALIDATE_NOT_EMPTY(c, code[, details])   "!(c).empty()"
 //   QEL_VALIDATE_NE(a, b, code[, details])       "(a) != (b)"
 //   QEL_VALIDATE_LE(a, b, code[, details])       "(a) <= (b)"
+//   QEL_VALIDATE_MIN_SIZE(c, n, code[, details]) "(c).size() >= (n)"
 //   QEL_VALIDATE_RANGE(v, lo, hi, code[, details])  "(v) >= (lo) && (v) <= (hi)"
 //   QEL_VALIDATION_FAILED(code[, details])       no condition
 //   QEL_VALIDATE_SHOWN(cond, code)               as QEL_VALIDATE, with the
@@ -129,6 +130,13 @@ constexpr std::string_view SourcePath(std::string_view file) {
         if (!((a) <= (b))) [[unlikely]]                                     \
             QEL_DETAIL_VALIDATION_FAILED("(" #a ") <= (" #b ")",            \
                                          error __VA_OPT__(, ) __VA_ARGS__); \
+    } while (false)
+
+#define QEL_VALIDATE_MIN_SIZE(container, n, error, ...)                         \
+    do {                                                                        \
+        if (!((container).size() >= (n))) [[unlikely]]                          \
+            QEL_DETAIL_VALIDATION_FAILED("(" #container ").size() >= (" #n ")", \
+                                         error __VA_OPT__(, ) __VA_ARGS__);     \
     } while (false)
 
 #define QEL_VALIDATE_LOGIC_NOT_NULL(ptr, error, ...)                                          \
