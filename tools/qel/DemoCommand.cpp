@@ -194,6 +194,39 @@ void ShowColumns(std::ostream& out) {
         << ", " << Text(SpecialKindToString(row.GetNthSpecial(2))) << ")\n";
 }
 
+void ShowRunsAndTables(std::ostream& out) {
+    Section(out, "Run-length columns and a table");
+    Type const* int32 = IntType::Get32();
+    // Three runs stand for a million elements: one record per run.
+    std::vector<ValueCompositeArrayRange<unsigned int>> runs{
+        {7, SpecialKind::Normal, 400000},
+        {0, SpecialKind::Missing, 100000},
+        {9, SpecialKind::Normal, 500000},
+    };
+    auto composite = factory::MakeCompositeArray<unsigned int>(int32, std::move(runs));
+    auto const& array = composite->AsArray();
+    out << "  a composite array of " << array.GetCount() << " elements in 3 runs: [0] "
+        << Text(FormatPrimitive(*array.GetStoreValueAt(0))) << ", [450000] "
+        << Text(FormatPrimitive(*array.GetStoreValueAt(450000))) << ", [999999] "
+        << Text(FormatPrimitive(*array.GetStoreValueAt(999999))) << '\n';
+    auto constant = factory::MakeConstantArray<unsigned int>(int32, 5u, 3);
+    out << "  a constant array of 3: " << Elements(constant->AsArray()) << '\n';
+
+    ValueMap columns;
+    columns.emplace(RInternString(u"fruit"),
+                    factory::MakeArray<RIndirectString>(StringType::Get(), {u"fig", u"kiwi"}));
+    columns.emplace(
+        RInternString(u"price"),
+        factory::MakeArray<unsigned int>(int32, {95, 0}, {SpecialKind::Normal, SpecialKind::Null}));
+    auto table = factory::MakeTable(std::move(columns), TableSortOrder{});
+    out << "  a table " << Text(table->GetType()->ToString()) << ':';
+    for (char16_t const* name : {u"fruit", u"price"}) {
+        out << ' ' << Text(TStringCore(name)) << ' '
+            << Elements(table->AsCollection().GetByString(RInternString(name))->AsArray());
+    }
+    out << '\n';
+}
+
 void ShowPayload(std::ostream& out) {
     Section(out, "A VTL payload read and written back (ParseVtlPayload, MakeVtlPayload)");
     TStringCore const payload(
@@ -255,6 +288,7 @@ int RunDemo(Command const& self, std::vector<std::string> const& args, std::ostr
     ShowCasts(out);
     ShowLiterals(out);
     ShowColumns(out);
+    ShowRunsAndTables(out);
     ShowPayload(out);
     ShowFailure(out);
     return 0;
@@ -269,7 +303,9 @@ Command MakeDemoCommand() {
     command.usage =
         "usage: qel demo\n\n"
         "Interns types, makes values and specials, orders, casts, hashes and\n"
-        "formats them, and shows a refused request with its message and context.\n";
+        "formats them, builds columns (plain, run-length) and a table, reads and\n"
+        "writes a VTL payload, and shows a refused request with its message and\n"
+        "context.\n";
     command.run = [self = command](std::vector<std::string> const& args, std::ostream& out) {
         return RunDemo(self, args, out);
     };
