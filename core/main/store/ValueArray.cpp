@@ -6,6 +6,7 @@
 
 #include "core/main/store/ValueSetImpl.h"
 #include "qel/core/store/Factory.h"
+#include "qel/core/store/ValueKeyMap.h"
 #include "qel/core/utility/Parser.h"
 #include "qel/core/utility/QelTupleData.h"
 
@@ -81,15 +82,18 @@ std::shared_ptr<StoreValue> MakeStoreValueFromStorageType<RIndirectString>(
     return factory::MakeString(v, TypeAs<StringType>(type)->GetCollation());
 }
 
-// Tuple values are boxed by the tuple value class, which comes with key maps
-// and tables; until then a tuple element cannot be boxed.
+// The box owns a deep copy: the element handed in may be a reference into an
+// array's buffer, which the box must outlive. (The placeholder under a
+// special may be of the empty tuple type, so the member types are not
+// compared with `type`.)
 template <>
 std::shared_ptr<StoreValue> MakeStoreValueFromStorageType<QelTuple>(Type const* type,
-                                                                    QelTuple const&) {
+                                                                    QelTuple const& v) {
     QEL_VALIDATE_NOT_NULL(type, QelError::UnexpectedNullType);
     if (!type->Is(StoreType::Tuple))
         NotStoredAs();
-    throw QelRuntimeException(QelError::NotImplemented, TStringCore(u"boxing a tuple element"));
+    QelTuple copy = v;
+    return factory::MakeTuple(std::move(copy));
 }
 
 template <>

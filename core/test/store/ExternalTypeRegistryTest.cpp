@@ -5,7 +5,10 @@
 #include <stdexcept>
 
 #include "core/test/ThrownText.h"
+#include "qel/core/store/ValueArray.h"
 #include "qel/core/store/ValueExternal.h"
+#include "qel/core/store/ValueKeyMap.h"
+#include "qel/core/types/HeterogeneousType.h"
 
 namespace qel::core {
 namespace {
@@ -88,6 +91,37 @@ TEST_F(ExternalTypeRegistryTest, UnknownOrClearedNamesAndIdsAreOutOfRange) {
     EXPECT_THROW(before->GetExternalTypeName(), std::out_of_range);  // id 12 has no name now
     Register(12, u"point again");
     EXPECT_EQ(before->ToString(), u"x<point again>");
+}
+
+TEST_F(ExternalTypeRegistryTest, HostValuesInArraysAndTuples) {
+    Register(12, u"point");
+    ExternalType const* type = ExternalType::Get(TStringCore(u"point"));
+    using Held = std::shared_ptr<StoreValue>;
+    auto const a = std::make_shared<Point>(1);
+    auto const b = std::make_shared<Point>(2);
+    auto const column =
+        factory::MakeArray<Held>(type, std::vector<Held>{a, nullptr, b},
+                                 {SpecialKind::Normal, SpecialKind::Null, SpecialKind::Normal});
+    EXPECT_EQ(column->GetType(), ArrayType::Get(type));
+    IStoreArray const& array = column->AsArray();
+    // Host values are held, never copied, also through a re-ordering.
+    EXPECT_EQ(array.GetStoreValueAt(0), a);
+    auto const reordered =
+        array.CopyAndApplyIndices(std::vector<qelsize_t>{2, 1}, SortSpecOrder::UNKNOWN);
+    EXPECT_EQ(reordered->AsArray().GetStoreValueAt(0), b);
+    // A special element is a special of the host type.
+    auto const hole = reordered->AsArray().GetStoreValueAt(1);
+    EXPECT_TRUE(hole->IsSpecial());
+    EXPECT_EQ(hole->GetSpecialKind(), SpecialKind::Null);
+    EXPECT_EQ(hole->GetType(), type);
+
+    QelTuple row(TupleType::Get({IntType::Get32(), type}));
+    row.SetNthInt32(0, 5);
+    row.SetNthExternal(1, b);
+    auto const boxed = factory::MakeTuple(std::move(row));
+    EXPECT_EQ(boxed->AsTuple().GetNthExternal(1), b);
+    EXPECT_EQ(SerializeExternalType(boxed->AsTuple().GetNthExternal(1)->AsExternal()),
+              (std::vector<unsigned char>{2, 0xEE}));
 }
 
 }  // namespace

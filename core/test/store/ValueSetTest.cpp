@@ -113,12 +113,13 @@ TYPED_TEST(ValueSetTypedTest, MembersCopiesAndArrays) {
         EXPECT_TRUE(same(typed.At(i), members[i])) << i;
     EXPECT_EQ(typed.CopyAsSet(true)->GetCount(), 3u);
 
-    // Every element once through the boxed iterable (tuples cannot be boxed
-    // yet, so only the steps are counted).
+    // Every element once through the boxed iterable, boxed as its type.
     auto const& iterable = set.GetStoreValues();
     unsigned int steps = 0;
-    for (auto it = iterable.begin()->Clone(); it->NotEqual(iterable.end()); it->MoveNext())
+    for (auto it = iterable.begin()->Clone(); it->NotEqual(iterable.end()); it->MoveNext()) {
+        EXPECT_EQ(it->GetCurrent()->GetType(), type);
         ++steps;
+    }
     EXPECT_EQ(steps, 3u);
     EXPECT_TRUE(value->AsCollection().ContainsStringKey(RInternString(u"not an element")));
 }

@@ -50,6 +50,7 @@
 #include "qel/core/store/SpecialKind.h"
 #include "qel/core/store/StoreTypeDispatcher.h"
 #include "qel/core/store/StoreValue.h"
+#include "qel/core/store/StoreValueSampler.h"
 #include "qel/core/store/ValueArray.h"
 #include "qel/core/store/ValueCompositeArray.h"
 #include "qel/core/store/ValueConstantArray.h"
