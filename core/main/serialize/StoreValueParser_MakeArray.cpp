@@ -1,0 +1,81 @@
+// Arrays: a JSON array of elements, each a plain value or, for a special
+// element, the two-item array of its stored value and its keyword. Arrays
+// of tuples and of collections have no two-item form: a tuple is itself an
+// array, and a collection element is a whole value, special or not.
+
+#include <memory>
+#include <type_traits>
+#include <vector>
+
+#include "core/main/serialize/StoreValueParser_Traits.h"
+#include "qel/core/serialize/StoreValueParser.h"
+#include "qel/core/store/StoreTypeDispatcher.h"
+#include "qel/core/store/ValueArray.h"
+#include "qel/core/types/Type.h"
+#include "qel/core/utility/QelTupleData.h"
+#include "qel/core/utility/Validation.h"
+
+namespace qel::core {
+
+using namespace json_parse;
+
+namespace {
+
+template <class S>
+void AddArrayElement(Type const* elementType, std::shared_ptr<IJsonObject> const& v,
+                     std::vector<S>& values, std::vector<SpecialKind>& specials,
+                     bool& hasSpecials) {
+    // Primitives other than tuples have the two-item form; an element that
+    // is no plain value is one.
+    bool const hasPairForm = IsPrimitiveStoreType(elementType->GetStoreType());
+    if (!hasPairForm || v->IsValue()) {
+        values.push_back(PrimitiveTraits<S>::MakePrimitive(elementType, v));
+        specials.push_back(SpecialKind::Normal);
+        return;
+    }
+    QEL_VALIDATE_SHOWN(v->IsArray(), QelError::ArraysMustContainValuesOrArrayObjects);
+    auto const items = ArrayOf(*v);
+    auto subArray = items.begin();
+    auto const subArrayEnd = items.end();
+    QEL_VALIDATE_NOT_SHOWN(subArray == subArrayEnd, QelError::SpecialValueArrayHasNoItems);
+    values.push_back(PrimitiveTraits<S>::MakePrimitive(elementType, *subArray));
+    ++subArray;
+    QEL_VALIDATE_NOT_SHOWN(subArray == subArrayEnd, QelError::SpecialValueArrayHasOneItem);
+    specials.push_back(JsonSpecialKind(*subArray));
+    ++subArray;
+    QEL_VALIDATE_SHOWN(subArray == subArrayEnd, QelError::SpecialValueArrayHasTooManyItems);
+    hasSpecials = true;
+}
+
+struct MakeArrayHelper {
+    Type const* elementType;
+    std::shared_ptr<IJsonObject> const& o;
+
+    template <class S>
+    std::shared_ptr<StoreValue> operator()() const {
+        std::vector<S> values;
+        std::vector<SpecialKind> specials;
+        bool hasSpecials = false;
+        for (JsonArrayElement const& v : ArrayOf(*o))
+            AddArrayElement<S>(elementType, v, values, specials, hasSpecials);
+        if (!hasSpecials)
+            return factory::MakeArray<S>(elementType, std::move(values));
+        return factory::MakeArray<S>(elementType, std::move(values), std::move(specials));
+    }
+};
+
+}  // namespace
+
+std::shared_ptr<StoreValue> StoreValueParser::MakeArray(ArrayType const* type,
+                                                        std::shared_ptr<IJsonObject> const& o) {
+    QEL_VALIDATE_NOT_NULL_SHOWN(o, QelError::NullIsNotAValidArgument);
+    QEL_VALIDATE_SHOWN(o->IsArray(), QelError::ExpectedAJsonArray);
+    QEL_VALIDATE_NOT_NULL_SHOWN(type, QelError::NullIsNotAValidArgument);
+    Type const* const elementType = type->GetElementType();
+    StoreType const storeType = elementType->GetStoreType();
+    QEL_VALIDATE(IsStoreTypeSupportedInArray(storeType), QelError::UnsupportedArrayElementType,
+                 StoreTypeToString(storeType));
+    return ForAnyStorageType(storeType, MakeArrayHelper{elementType, o});
+}
+
+}  // namespace qel::core
