@@ -23,6 +23,8 @@
 #include "qel/core/serialize/KeyPathParser.h"
 #include "qel/core/serialize/KeyPathSerializer.h"
 #include "qel/core/serialize/OperatorTypeSerializeUtils.h"
+#include "qel/core/serialize/StoreValueBinaryParser.h"
+#include "qel/core/serialize/StoreValueBinarySerializer.h"
 #include "qel/core/serialize/StoreValueParser.h"
 #include "qel/core/serialize/StoreValueSerializer.h"
 #include "qel/core/serialize/StringTable.h"

@@ -31,6 +31,7 @@
 namespace qel::core {
 
 class ArrayType;
+class BinaryProtocolReader;
 class KeySetType;
 class SetType;
 class Type;
@@ -39,6 +40,9 @@ class StoreValueParser {
 public:
     // The text must be a JSON dictionary: the root key map.
     static std::shared_ptr<DataStore> MakeDataStore(TStringCore const& json);
+    // The store whose root key map the reader's current payload holds; see
+    // StoreValueBinaryParser.h for what stays in the received buffer.
+    static std::shared_ptr<DataStore> MakeDataStore(BinaryProtocolReader& reader);
 
     static std::shared_ptr<StoreValue> MakeKeyMap(TStringCore const& json);
     static std::shared_ptr<StoreValue> MakeKeyMap(std::shared_ptr<IJsonObject> const& o);
