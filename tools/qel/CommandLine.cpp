@@ -21,7 +21,7 @@ void PrintUsage(std::ostream& out) {
 
 std::vector<Command> const& Commands() {
     static std::vector<Command> const commands = {MakeDemoCommand(), MakeFunctionsCommand(),
-                                                  MakeVtlCommand()};
+                                                  MakeStoreCommand(), MakeVtlCommand()};
     return commands;
 }
 

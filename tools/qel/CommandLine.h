@@ -45,6 +45,7 @@ bool ExpectNoArguments(Command const& command, std::vector<std::string> const& a
 // The command entries, one per source file.
 Command MakeDemoCommand();
 Command MakeFunctionsCommand();
+Command MakeStoreCommand();
 Command MakeVtlCommand();
 
 }  // namespace qel::tools

@@ -2,13 +2,23 @@
 # the expectation, exactly, except that the line of a "Source: path:line"
 # context is written N: it moves with every edit of the library.
 #   cmake -DQEL=<qel> -DDIR=<dir> "-DARGS=a;b" -DEXPECTED=<file> -DEXIT=<code>
-#         -P ExpectOutput.cmake
-execute_process(COMMAND ${QEL} ${ARGS} WORKING_DIRECTORY ${DIR}
+#         [-DINPUT=<file>] [-DPREFIX=ON] -P ExpectOutput.cmake
+# INPUT is given as standard input; with PREFIX the output need only begin
+# with the expectation (a usage error is followed by the whole usage text).
+set(input)
+if(DEFINED INPUT)
+  set(input INPUT_FILE ${INPUT})
+endif()
+execute_process(COMMAND ${QEL} ${ARGS} WORKING_DIRECTORY ${DIR} ${input}
   OUTPUT_VARIABLE output ERROR_VARIABLE output RESULT_VARIABLE status)
 string(REGEX REPLACE "(Source: [^:\n]+):[0-9]+" "\\1:N" output "${output}")
 file(READ ${EXPECTED} expected)
 if(NOT status EQUAL EXIT)
   message(FATAL_ERROR "exit code ${status}, expected ${EXIT}; output:\n${output}")
+endif()
+if(PREFIX)
+  string(LENGTH "${expected}" length)
+  string(SUBSTRING "${output}" 0 ${length} output)
 endif()
 if(NOT output STREQUAL expected)
   message(FATAL_ERROR "output differs.\n--- printed:\n${output}\n--- expected:\n${expected}")
