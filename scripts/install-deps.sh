@@ -6,14 +6,21 @@ set -euo pipefail
 
 packages=(
   g++ cmake ninja-build pkg-config
-  libboost-dev libtbb-dev libjsoncpp-dev
+  libboost-dev libtbb-dev libjsoncpp-dev libsimdjson-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   ccache
 )
-# Extra packages for the sanitizer, thread-sanitizer and fuzzing presets.
-if [[ "${1:-}" == "--clang" ]]; then
-  packages+=(clang-14 libclang-rt-14-dev)
-fi
+# Extra packages: --clang for the sanitizer, thread-sanitizer and fuzzing
+# presets; --icu for the collator pool of real locales (-DQEL_WITH_ICU=ON);
+# --bench for RapidJSON, which the JSON benchmark runs beside.
+for option in "$@"; do
+  case "$option" in
+    --clang) packages+=(clang-14 libclang-rt-14-dev) ;;
+    --icu) packages+=(libicu-dev) ;;
+    --bench) packages+=(rapidjson-dev) ;;
+    *) echo "unknown option: $option (known: --clang, --icu, --bench)" >&2; exit 2 ;;
+  esac
+done
 
 missing=()
 for p in "${packages[@]}"; do
