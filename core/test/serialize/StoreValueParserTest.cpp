@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -11,6 +12,7 @@
 #include <regex>
 #include <string>
 
+#include "core/test/EveryKindStore.h"
 #include "core/test/Refusal.h"
 #include "qel/core/serialize/KeyPathParser.h"
 #include "qel/core/serialize/StoreValueSerializer.h"
@@ -177,6 +179,44 @@ TEST(StoreValueParserTest, TuplesAndNesting) {
     };
     EXPECT_NO_THROW(StoreValueParser::MakeDataStore(Utf8(nested(900))));
     EXPECT_EQ(Message(nested(5000)), "failed to parse string as JSON");
+}
+
+// Every kind of value, written and read back, means the same; the text form
+// keeps no array forms or sort orders, so those are not compared.
+using StoreValueJsonRoundTrip = test::EveryKindTest;
+
+TEST_F(StoreValueJsonRoundTrip, EveryKindReadsBackAsTheSameValues) {
+    std::unique_ptr<IDataStore> const store = test::EveryKind();
+    for (auto const type : {JsonSerializerType::Compact, JsonSerializerType::Readable}) {
+        TStringCore const text = SerializeDataStore(*store, JsonOptions{type, true, false});
+        std::shared_ptr<DataStore> const back = StoreValueParser::MakeDataStore(text);
+        EXPECT_EQ(test::Diff(*store->GetValue(KeyPath()), *back->GetValue(KeyPath()), "", false),
+                  "");
+        EXPECT_EQ(SerializeDataStore(*back, JsonOptions{type, true, false}), text);
+    }
+}
+
+TEST_F(StoreValueJsonRoundTrip, CutAndMalformedTextsAreRefused) {
+    std::string const text = SerializeDataStoreCompact(*test::EveryKind()).toStdString();
+    // No proper prefix of a dictionary is JSON.
+    for (std::size_t length = 0; length < text.size(); length += 7)
+        EXPECT_THROW(StoreValueParser::MakeDataStore(Utf8(text.substr(0, length))), QelException)
+            << length;
+    // Numbers beyond a type's range are refused as that type's number,
+    // never wrapped; beyond a double's, the JSON reader refuses them.
+    EXPECT_EQ(Message(R"({"v:l":9223372036854775808})"), "cannot parse int64");
+    EXPECT_EQ(Message(R"({"v:i":2147483648})"), "cannot parse int32");
+    EXPECT_EQ(Message(R"({"v:r":1e400})"), "failed to parse string as JSON");
+    // Bytes that are no UTF-8 reach the string as replacement characters,
+    // never past the end of the text.
+    for (std::string const bad : {"\xff", "\xe2\x82", "a\xc0\x80"}) {
+        auto const value = ReadV(R"({"v:s":")" + bad + R"("})");
+        TStringCore const read = value->AsString().GetValue();
+        EXPECT_NE(
+            std::u16string_view(read.data(), static_cast<std::size_t>(read.size())).find(u'\uFFFD'),
+            std::u16string_view::npos)
+            << bad;
+    }
 }
 
 }  // namespace
