@@ -2,6 +2,7 @@
 
 #include <deque>
 #include <memory>
+#include <string_view>
 #include <utility>
 
 #include "qel/core/utility/Validation.h"
@@ -20,7 +21,7 @@ public:
     virtual void SetIsSimpleArray(bool simple) = 0;
     virtual void AppendKey(TStringCore const& key) = 0;
     virtual void AppendString(TStringCore const& text) = 0;
-    virtual void AppendUnquotedString(TStringCore const& text) = 0;
+    virtual void AppendUnquotedString(std::u16string_view text) = 0;
     virtual void NextItem() = 0;
     virtual void BeginArray() = 0;
     virtual void EndArray() = 0;
@@ -35,8 +36,18 @@ char16_t HexDigit(unsigned value) {
 // A JSON string body: the short escapes where JSON has them, "\u00xx" for
 // the other control units, everything else (the slash, non-ASCII) as is.
 void AppendEscaped(TStringCore& out, TStringCore const& text) {
-    for (char16_t const unit : text) {
-        switch (unit) {
+    char16_t const* unit = text.data();
+    char16_t const* const end = unit + text.size();
+    while (unit != end) {
+        // Most text needs no escape: runs of it are copied at once.
+        char16_t const* const run = unit;
+        while (unit != end && *unit >= 32 && *unit != u'"' && *unit != u'\\')
+            ++unit;
+        if (unit != run)
+            out.append(run, static_cast<int>(unit - run));
+        if (unit == end)
+            break;
+        switch (*unit) {
             case 8:
                 out.append(u"\\b", 2);
                 break;
@@ -59,14 +70,11 @@ void AppendEscaped(TStringCore& out, TStringCore const& text) {
                 out.append(u"\\\\", 2);
                 break;
             default:
-                if (unit < 32) {
-                    out.append(u"\\u00", 4);
-                    out.append(HexDigit(unit >> 4));
-                    out.append(HexDigit(unit & 0xF));
-                } else {
-                    out.append(unit);
-                }
+                out.append(u"\\u00", 4);
+                out.append(HexDigit(*unit >> 4));
+                out.append(HexDigit(*unit & 0xF));
         }
+        ++unit;
     }
 }
 
@@ -83,7 +91,9 @@ public:
         AppendEscaped(m_text, text);
         m_text.append(u'"');
     }
-    void AppendUnquotedString(TStringCore const& text) override { m_text.append(text); }
+    void AppendUnquotedString(std::u16string_view text) override {
+        m_text.append(text.data(), static_cast<int>(text.size()));
+    }
     void NextItem() override { m_text.append(u','); }
     void BeginArray() override { m_text.append(u'['); }
     void EndArray() override { m_text.append(u']'); }
@@ -107,7 +117,7 @@ public:
         BeforeValue();
         CompactJsonBuilder::AppendString(text);
     }
-    void AppendUnquotedString(TStringCore const& text) override {
+    void AppendUnquotedString(std::u16string_view text) override {
         BeforeValue();
         CompactJsonBuilder::AppendUnquotedString(text);
     }
@@ -197,7 +207,7 @@ public:
         QEL_VALIDATION_FAILED(QelError::UnableToAddKeyValuesToCurrent);
     }
     virtual void AppendString(TStringCore const& text) = 0;
-    virtual void AppendUnquotedString(TStringCore const& text) = 0;
+    virtual void AppendUnquotedString(std::u16string_view text) = 0;
     virtual void BeginSubArray() = 0;
     virtual void BeginSubDictionary() = 0;
     virtual void EndSubCollection() = 0;
@@ -213,7 +223,7 @@ public:
         TakeTheOneItem();
         m_builder.AppendString(text);
     }
-    void AppendUnquotedString(TStringCore const& text) override {
+    void AppendUnquotedString(std::u16string_view text) override {
         TakeTheOneItem();
         m_builder.AppendUnquotedString(text);
     }
@@ -245,7 +255,7 @@ public:
         NextItem();
         m_builder.AppendString(text);
     }
-    void AppendUnquotedString(TStringCore const& text) override {
+    void AppendUnquotedString(std::u16string_view text) override {
         NextItem();
         m_builder.AppendUnquotedString(text);
     }
@@ -284,7 +294,7 @@ public:
         TakeValue();
         m_builder.AppendString(text);
     }
-    void AppendUnquotedString(TStringCore const& text) override {
+    void AppendUnquotedString(std::u16string_view text) override {
         TakeValue();
         m_builder.AppendUnquotedString(text);
     }
@@ -372,6 +382,11 @@ void JsonSerializer::AppendString(TStringCore const& text) {
 }
 
 void JsonSerializer::AppendUnquotedString(TStringCore const& text) {
+    m_impl->Top().AppendUnquotedString(
+        std::u16string_view(text.data(), static_cast<std::size_t>(text.size())));
+}
+
+void JsonSerializer::AppendUnquotedUnits(std::u16string_view text) {
     m_impl->Top().AppendUnquotedString(text);
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -36,7 +37,22 @@ constexpr bool kIsNested = std::is_same_v<S, std::shared_ptr<StoreValue>>;
 // one special keyword for the special, unquotes a text in apostrophes, and
 // trims the blanks around a single word; each of those is VTL-quoted here so
 // that the string comes back as it was.
+// Whether `text` surely reads back as itself: it begins with a letter or
+// digit that starts no special keyword (All, Error, ManyValues, Missing,
+// NoAccess, Null, Ragged, Skipped, Wildcard) and ends with no blank. Most
+// strings pass, and skip the scanner.
+bool PlainForSure(TStringCore const& text) {
+    if (text.isEmpty() || detail::HasEdgeBlank(text))
+        return false;
+    char16_t const first = text[0];
+    bool const alphanumeric = (first >= u'a' && first <= u'z') ||
+                              (first >= u'A' && first <= u'Z') || (first >= u'0' && first <= u'9');
+    return alphanumeric && std::u16string_view(u"AEMNRSW").find(first) == std::u16string_view::npos;
+}
+
 TStringCore FormatString(TStringCore const& text) {
+    if (PlainForSure(text))
+        return text;
     VtlToken token;
     bool quote = text.startsWith(u'\'') ||
                  VtlScanner::TryScanSingleToken(text, VtlTokenType::Special, token, true);
@@ -246,10 +262,16 @@ template <class F>
 void ValueWriter::WriteReal(F value) {
     // JSON has no infinities or NaN; their texts go as strings, which the
     // reader's real parser takes.
-    if (FloatUtil::IsSpecial(value))
+    if (FloatUtil::IsSpecial(value)) {
         m_json.AppendString(Format(value));
-    else
-        m_json.AppendUnquotedString(Format(value));
+        return;
+    }
+    // Formatted on the stack: a column of reals costs no string per element.
+    char digits[32];
+    int const length = ConvertFloatToChars(value, digits);
+    char16_t units[32];
+    std::copy(digits, digits + length, units);
+    m_json.AppendUnquotedUnits(std::u16string_view(units, static_cast<std::size_t>(length)));
 }
 
 void ValueWriter::WriteColor(QelColor color) {

@@ -52,12 +52,20 @@ TStringCore ConvertFloatToString(T value) {
         return TStringCore(u"nan");
     if (std::isinf(value))
         return TStringCore(value < 0 ? u"-inf" : u"+inf");
-    char buffer[30] = {};
-    int const precision = std::is_same_v<T, float> ? 8 : 17;
-    auto result = std::to_chars(buffer, buffer + sizeof(buffer) - 1, static_cast<double>(value),
-                                std::chars_format::general, precision);
-    return TStringCore(buffer, static_cast<int>(result.ptr - buffer));
+    char buffer[32];
+    return TStringCore(buffer, ConvertFloatToChars(value, buffer));
 }
+
+template <class T>
+int ConvertFloatToChars(T value, char (&buffer)[32]) {
+    int const precision = std::is_same_v<T, float> ? 8 : 17;
+    auto result = std::to_chars(buffer, buffer + sizeof(buffer), static_cast<double>(value),
+                                std::chars_format::general, precision);
+    return static_cast<int>(result.ptr - buffer);
+}
+
+template int ConvertFloatToChars<float>(float, char (&)[32]);
+template int ConvertFloatToChars<double>(double, char (&)[32]);
 
 template TStringCore ConvertFloatToString<float>(float);
 template TStringCore ConvertFloatToString<double>(double);

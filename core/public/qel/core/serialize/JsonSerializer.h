@@ -8,6 +8,7 @@
 // A JsonSerializer belongs to one thread.
 
 #include <memory>
+#include <string_view>
 
 #include "qel/core/utility/Base.h"
 
@@ -41,6 +42,9 @@ public:
     void AppendString(TStringCore const& text);
     // Text that is already JSON: a number, true, false, null.
     void AppendUnquotedString(TStringCore const& text);
+    // The same from units held elsewhere, such as a number formatted on the
+    // stack, so that a long column costs no string per element.
+    void AppendUnquotedUnits(std::u16string_view text);
     // The text so far; valid until the next call.
     TStringCore const& Build() const;
 

@@ -29,4 +29,12 @@ TStringCore ConvertFloatToString(T value);
 extern template TStringCore ConvertFloatToString<float>(float);
 extern template TStringCore ConvertFloatToString<double>(double);
 
+// The same digits for a finite value, written into `buffer` without a
+// terminator; the count of characters written (at most 24).
+template <class T>
+int ConvertFloatToChars(T value, char (&buffer)[32]);
+
+extern template int ConvertFloatToChars<float>(float, char (&)[32]);
+extern template int ConvertFloatToChars<double>(double, char (&)[32]);
+
 }  // namespace qel::core
