@@ -2,6 +2,11 @@
 
 #include <ostream>
 
+#include "qel/core/store/Collation.h"
+#ifdef QEL_WITH_ICU
+#include "qel/core/store/IcuCollatorPool.h"
+#endif
+
 namespace qel::tools {
 
 namespace {
@@ -21,7 +26,8 @@ void PrintUsage(std::ostream& out) {
 
 std::vector<Command> const& Commands() {
     static std::vector<Command> const commands = {MakeDemoCommand(), MakeFunctionsCommand(),
-                                                  MakeStoreCommand(), MakeVtlCommand()};
+                                                  MakeRunCommand(), MakeStoreCommand(),
+                                                  MakeVtlCommand()};
     return commands;
 }
 
@@ -32,6 +38,14 @@ bool ExpectNoArguments(Command const& command, std::vector<std::string> const& a
         throw UsageError("'" + command.name + "' takes no argument; unexpected '" + args[0] + "'");
     }
     return false;
+}
+
+void RegisterCollatorPool() {
+#ifdef QEL_WITH_ICU
+    core::RegisterIcuCollatorPool();
+#else
+    core::RegisterDefaultCollatorPool();
+#endif
 }
 
 int RunCommandLine(std::vector<std::string> const& args, std::ostream& out, std::ostream& err) {

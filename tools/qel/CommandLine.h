@@ -42,9 +42,14 @@ int RunCommandLine(std::vector<std::string> const& args, std::ostream& out, std:
 // returns true: the caller prints its usage and stops).
 bool ExpectNoArguments(Command const& command, std::vector<std::string> const& args);
 
+// Installs the collator pool every command compares strings with: ICU's real
+// locales when the library was built with them, else the default pool.
+void RegisterCollatorPool();
+
 // The command entries, one per source file.
 Command MakeDemoCommand();
 Command MakeFunctionsCommand();
+Command MakeRunCommand();
 Command MakeStoreCommand();
 Command MakeVtlCommand();
 

@@ -114,7 +114,7 @@ int RunFunctions(std::vector<std::string> const& args, std::ostream& out) {
         filtered ? TStringCore::fromUtf8(args[0].data(), static_cast<int>(args[0].size()))
                  : TStringCore();
 
-    RegisterDefaultCollatorPool();
+    RegisterCollatorPool();
     std::unique_ptr<FunctionRegistry> const registry = FunctionRegistry::Make();
     RegisterAllBuiltinFunctions(*registry);
     std::vector<ArityEntry> const entries = ArityEntries(*registry);

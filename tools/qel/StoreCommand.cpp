@@ -715,7 +715,7 @@ int RunStore(std::vector<std::string> const& args, std::ostream& out) {
         out << kUsage;
         return 0;
     }
-    RegisterDefaultCollatorPool();
+    RegisterCollatorPool();
     std::vector<std::string> rest(args.begin() + 1, args.end());
     if (args[0] == "show")
         return Show(rest, out);

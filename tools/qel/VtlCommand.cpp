@@ -270,7 +270,7 @@ int RunVtl(std::vector<std::string> const& args, std::ostream& out) {
         out << kUsage;
         return 0;
     }
-    RegisterDefaultCollatorPool();
+    RegisterCollatorPool();
     std::vector<std::string> rest(args.begin() + 1, args.end());
     if (args[0] == "check")
         return Check(rest, out);
