@@ -1,6 +1,8 @@
 #include "qel/core/serialize/JsonSerializer.h"
 
+#include <algorithm>
 #include <deque>
+#include <limits>
 #include <memory>
 #include <string_view>
 #include <utility>
@@ -27,6 +29,7 @@ public:
     virtual void EndArray() = 0;
     virtual void BeginDictionary() = 0;
     virtual void EndDictionary() = 0;
+    virtual void Reserve(int units) = 0;
 };
 
 char16_t HexDigit(unsigned value) {
@@ -99,9 +102,20 @@ public:
     void EndArray() override { m_text.append(u']'); }
     void BeginDictionary() override { m_text.append(u'{'); }
     void EndDictionary() override { m_text.append(u'}'); }
+    // Grows at least twofold, so that hints for many columns in a row stay
+    // linear in the text's length.
+    void Reserve(int units) override {
+        long long const wanted = static_cast<long long>(m_text.size()) + units;
+        if (wanted <= m_reserved)
+            return;
+        long long const grown = std::max(wanted, 2LL * m_text.size());
+        m_reserved = std::min<long long>(grown, std::numeric_limits<int>::max() / 2);
+        m_text.reserve(static_cast<int>(m_reserved));
+    }
 
 protected:
     TStringCore m_text;
+    long long m_reserved = 0;
 };
 
 class ReadableJsonBuilder final : public CompactJsonBuilder {
@@ -384,6 +398,11 @@ void JsonSerializer::AppendString(TStringCore const& text) {
 void JsonSerializer::AppendUnquotedString(TStringCore const& text) {
     m_impl->Top().AppendUnquotedString(
         std::u16string_view(text.data(), static_cast<std::size_t>(text.size())));
+}
+
+void JsonSerializer::Reserve(int units) {
+    if (units > 0)
+        m_impl->builder->Reserve(units);
 }
 
 void JsonSerializer::AppendUnquotedUnits(std::u16string_view text) {

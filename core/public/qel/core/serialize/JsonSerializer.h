@@ -45,6 +45,9 @@ public:
     // The same from units held elsewhere, such as a number formatted on the
     // stack, so that a long column costs no string per element.
     void AppendUnquotedUnits(std::u16string_view text);
+    // A hint that about `units` more will follow (a long column), so that
+    // the text grows once instead of step by step. Changes no output.
+    void Reserve(int units);
     // The text so far; valid until the next call.
     TStringCore const& Build() const;
 
