@@ -1,5 +1,8 @@
 #include "tools/qel/CommandLine.h"
 
+#include <fstream>
+#include <iostream>
+#include <iterator>
 #include <ostream>
 
 #include "qel/core/store/Collation.h"
@@ -74,6 +77,17 @@ int RunCommandLine(std::vector<std::string> const& args, std::ostream& out, std:
     err << "qel: unknown command '" << args[0] << "'\n\n";
     PrintUsage(err);
     return 2;
+}
+
+std::string ReadAll(std::string const& path) {
+    if (path == "-") {
+        return std::string(std::istreambuf_iterator<char>(std::cin),
+                           std::istreambuf_iterator<char>());
+    }
+    std::ifstream in(path, std::ios::binary);
+    if (!in)
+        throw CommandFailure("cannot read '" + path + "'");
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
 }  // namespace qel::tools

@@ -42,6 +42,10 @@ int RunCommandLine(std::vector<std::string> const& args, std::ostream& out, std:
 // returns true: the caller prints its usage and stops).
 bool ExpectNoArguments(Command const& command, std::vector<std::string> const& args);
 
+// The whole of a file, or of standard input for "-"; a file that cannot be
+// read is a CommandFailure.
+std::string ReadAll(std::string const& path);
+
 // Installs the collator pool every command compares strings with: ICU's real
 // locales when the library was built with them, else the default pool.
 void RegisterCollatorPool();

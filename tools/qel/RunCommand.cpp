@@ -63,17 +63,6 @@ constexpr char kUsage[] =
     "A refusal prints FILE[:LINE]: error CODE: message, then where it\n"
     "happened, and exits with code 1 without writing anything.\n";
 
-std::string ReadAll(std::string const& path) {
-    if (path == "-") {
-        return std::string(std::istreambuf_iterator<char>(std::cin),
-                           std::istreambuf_iterator<char>());
-    }
-    std::ifstream in(path, std::ios::binary);
-    if (!in)
-        throw CommandFailure("cannot read '" + path + "'");
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
 TStringCore Utf16(std::string const& utf8) {
     return TStringCore::fromUtf8(utf8.data(), static_cast<int>(utf8.size()));
 }

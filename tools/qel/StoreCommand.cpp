@@ -64,17 +64,6 @@ constexpr char kUsage[] =
     "        the library's source; exit code 1 if any was refused\n"
     "FILE may be - for standard input.\n";
 
-std::string ReadAll(std::string const& path) {
-    if (path == "-") {
-        return std::string(std::istreambuf_iterator<char>(std::cin),
-                           std::istreambuf_iterator<char>());
-    }
-    std::ifstream in(path, std::ios::binary);
-    if (!in)
-        throw CommandFailure("cannot read '" + path + "'");
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
 TStringCore Utf16(std::string const& utf8) {
     return TStringCore::fromUtf8(utf8.data(), static_cast<int>(utf8.size()));
 }

@@ -35,17 +35,6 @@ constexpr char kUsage[] =
     "        form would change\n"
     "FILE may be - for standard input.\n";
 
-std::string ReadAll(std::string const& path) {
-    if (path == "-") {
-        return std::string(std::istreambuf_iterator<char>(std::cin),
-                           std::istreambuf_iterator<char>());
-    }
-    std::ifstream in(path, std::ios::binary);
-    if (!in)
-        throw std::runtime_error("cannot read '" + path + "'");
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
 TStringCore Utf16(std::string const& utf8) {
     return TStringCore::fromUtf8(utf8.data(), static_cast<int>(utf8.size()));
 }
