@@ -5,6 +5,7 @@
 // iterator.
 
 #include <memory>
+#include <vector>
 
 #include "qel/core/store/ArrayIterators.h"
 #include "qel/core/store/Factory.h"
@@ -34,6 +35,23 @@ inline bool ElementsEqual(std::shared_ptr<StoreValue> const& a,
     if (a == nullptr || b == nullptr)
         return a == b;
     return a->IsEqual(*b);
+}
+
+// Indices that address positions of a view through indices `current`, made
+// to address the underlying elements: applying them after `current`.
+inline void ComposeIndices(ArrayView<qelsize_t const> const& current,
+                           std::vector<qelsize_t>& indices) {
+    for (qelsize_t& e : indices)
+        e = current.GetAt(e);
+}
+
+inline std::vector<qelsize_t> ComposeIndices(ArrayView<qelsize_t const> const& current,
+                                             ArrayView<qelsize_t const> const& applied) {
+    std::vector<qelsize_t> composed;
+    composed.reserve(applied.GetSize());
+    for (qelsize_t e : applied)
+        composed.push_back(current.GetAt(e));
+    return composed;
 }
 
 // Boxes each element of a typed walk anew: a special as a ValueSpecial of the

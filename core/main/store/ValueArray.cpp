@@ -4,6 +4,7 @@
 #include <bit>
 #include <limits>
 
+#include "core/main/store/ArrayElementUtil.h"
 #include "core/main/store/ValueSetImpl.h"
 #include "qel/core/store/Factory.h"
 #include "qel/core/store/ValueKeyMap.h"
@@ -366,11 +367,8 @@ std::shared_ptr<StoreValue> ValueArray<T>::CopyAndReplaceIndices(
 template <class T>
 std::shared_ptr<StoreValue> ValueArray<T>::CopyAndApplyIndices(std::vector<qelsize_t>&& indices,
                                                                SortSpecOrder order) const {
-    if (HasIndices()) {
-        ArrayView<qelsize_t const> const current = m_indices.GetView();
-        for (qelsize_t& e : indices)
-            e = current.GetAt(e);
-    }
+    if (HasIndices())
+        detail::ComposeIndices(m_indices.GetView(), indices);
     return WithIndices(Wrap(std::move(indices)), order);
 }
 
@@ -379,13 +377,8 @@ std::shared_ptr<StoreValue> ValueArray<T>::CopyAndApplyIndices(
     std::shared_ptr<TypedRawData<qelsize_t> const> indices, SortSpecOrder order) const {
     if (!HasIndices() || indices == nullptr)
         return WithIndices(std::move(indices), order);
-    ArrayView<qelsize_t const> const current = m_indices.GetView();
-    ArrayView<qelsize_t const> const applied = indices->GetView();
-    std::vector<qelsize_t> composed;
-    composed.reserve(applied.GetSize());
-    for (qelsize_t e : applied)
-        composed.push_back(current.GetAt(e));
-    return WithIndices(Wrap(std::move(composed)), order);
+    return WithIndices(Wrap(detail::ComposeIndices(m_indices.GetView(), indices->GetView())),
+                       order);
 }
 
 template <class T>

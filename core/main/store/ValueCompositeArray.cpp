@@ -294,9 +294,7 @@ std::shared_ptr<StoreValue> ValueCompositeArray<T>::CopyAndApplyIndices(
     std::vector<qelsize_t>&& indices, SortSpecOrder order) const {
     if (!HasIndices())
         return CopyAndReplaceIndices(std::move(indices), order);
-    ArrayView<qelsize_t const> const current = m_indices.GetView();
-    for (qelsize_t& e : indices)
-        e = current.GetAt(e);
+    detail::ComposeIndices(m_indices.GetView(), indices);
     return WithIndices(Wrap(std::move(indices)), order);
 }
 
@@ -305,13 +303,8 @@ std::shared_ptr<StoreValue> ValueCompositeArray<T>::CopyAndApplyIndices(
     std::shared_ptr<TypedRawData<qelsize_t> const> indices, SortSpecOrder order) const {
     if (!HasIndices() || indices == nullptr)
         return CopyAndReplaceIndices(std::move(indices), order);
-    ArrayView<qelsize_t const> const current = m_indices.GetView();
-    ArrayView<qelsize_t const> const applied = indices->GetView();
-    std::vector<qelsize_t> composed;
-    composed.reserve(applied.GetSize());
-    for (qelsize_t e : applied)
-        composed.push_back(current.GetAt(e));
-    return WithIndices(Wrap(std::move(composed)), order);
+    return WithIndices(Wrap(detail::ComposeIndices(m_indices.GetView(), indices->GetView())),
+                       order);
 }
 
 template <class T>
