@@ -4,7 +4,9 @@
 // parses of RapidJSON and simdjson on the same text. The peers only build
 // their document trees; our reader also builds the typed columns, which is
 // the whole of what a host waits for. Items are text bytes (the text is
-// ASCII, so characters and bytes agree), so the figures are MB/s.
+// ASCII, so characters and bytes agree), so the figures are MB/s. The JSON
+// trees of both readers under the store parser are timed alone too: parsed,
+// and parsed then walked as the store parser walks them.
 
 #include <benchmark/benchmark.h>
 
@@ -124,6 +126,51 @@ void BM_StoreJsonRead(benchmark::State& state) {
         state.SkipWithError("the store read back writes another text");
 }
 BENCHMARK(BM_StoreJsonRead)->Unit(benchmark::kMillisecond);
+
+// What the store parser reads of each value.
+double Walk(IJsonObject const& root) {
+    double sum = 0;
+    auto const& members = root.GetDictionary();
+    for (auto m = members.begin(); !m->IsEqualTo(*members.end()); m->MoveNext()) {
+        auto const column = m->GetCurrent().second;
+        auto const& elements = column->GetArray();
+        auto const end = elements.end();
+        for (auto e = elements.begin(); !e->IsEqualTo(*end); e->MoveNext()) {
+            auto const value = e->GetCurrent();
+            if (value->IsString())
+                sum += value->GetString().size();
+            else
+                sum += value->GetReal64();
+        }
+    }
+    return sum;
+}
+
+void BM_JsonTreeReadAndWalk(benchmark::State& state) {
+    auto const reader = static_cast<JsonReader>(state.range(0));
+    TStringCore const& text = Text();
+    for (auto _ : state) {
+        auto const root = GetRootJsonObject(text, reader);
+        benchmark::DoNotOptimize(Walk(*root));
+    }
+    state.SetLabel(reader == JsonReader::Fast ? "fast" : "reference");
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * Utf8Text().size()));
+}
+BENCHMARK(BM_JsonTreeReadAndWalk)
+    ->Arg(static_cast<int>(JsonReader::Fast))
+    ->Arg(static_cast<int>(JsonReader::Reference))
+    ->Unit(benchmark::kMillisecond);
+
+// The parse alone: the text's conversion to UTF-8 and the parser's tree.
+void BM_JsonTreeRead(benchmark::State& state) {
+    TStringCore const& text = Text();
+    for (auto _ : state) {
+        auto const root = GetRootJsonObject(text, JsonReader::Fast);
+        benchmark::DoNotOptimize(root.get());
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * Utf8Text().size()));
+}
+BENCHMARK(BM_JsonTreeRead)->Unit(benchmark::kMillisecond);
 
 void BM_RapidJsonDomRead(benchmark::State& state) {
     std::string const& text = Utf8Text();

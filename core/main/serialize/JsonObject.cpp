@@ -5,6 +5,7 @@
 #include <sstream>
 #include <string>
 
+#include "core/main/serialize/JsonReaders.h"
 #include "qel/core/utility/Parser.h"
 #include "qel/core/utility/Validation.h"
 
@@ -131,10 +132,35 @@ public:
     explicit JsonValueAdapter(Root root) : ValueFace(root, root.get()) {}
 };
 
+// A value of the kind and number given, for the conversions below.
+Json::Value ValueOf(detail::JsonScalar const& value) {
+    switch (value.kind) {
+        case detail::JsonKind::Null:
+            break;
+        case detail::JsonKind::Bool:
+            return Json::Value(value.boolean);
+        case detail::JsonKind::Int:
+            return Json::Value(static_cast<Json::Int64>(value.integer));
+        case detail::JsonKind::UInt:
+            return Json::Value(static_cast<Json::UInt64>(value.unsignedInteger));
+        case detail::JsonKind::Real:
+            return Json::Value(value.real);
+        case detail::JsonKind::String:
+            return Json::Value(Json::stringValue);
+        case detail::JsonKind::Array:
+            return Json::Value(Json::arrayValue);
+        case detail::JsonKind::Object:
+            return Json::Value(Json::objectValue);
+    }
+    return Json::Value();
+}
+
 }  // namespace
 
-std::shared_ptr<IJsonObject> GetRootJsonObject(TStringCore const& text) {
-    std::istringstream stream(text.toStdString());
+namespace detail {
+
+std::shared_ptr<IJsonObject> ParseJsonWithReference(std::string const& text) {
+    std::istringstream stream(text);
     Json::CharReaderBuilder builder;
     // The library's defaults accept "[1,]"; a trailing comma is not JSON.
     builder["allowTrailingCommas"] = false;
@@ -149,6 +175,38 @@ std::shared_ptr<IJsonObject> GetRootJsonObject(TStringCore const& text) {
     }
     QEL_VALIDATE(parsed, QelError::FailedToParseStringAsJSON);
     return std::make_shared<JsonValueAdapter>(std::move(value));
+}
+
+bool ReferenceBool(JsonScalar const& value) {
+    return ValueOf(value).asBool();
+}
+int ReferenceInt32(JsonScalar const& value) {
+    return ValueOf(value).asInt();
+}
+long long ReferenceInt64(JsonScalar const& value) {
+    return ValueOf(value).asInt64();
+}
+float ReferenceReal32(JsonScalar const& value) {
+    return ValueOf(value).asFloat();
+}
+double ReferenceReal64(JsonScalar const& value) {
+    return ValueOf(value).asDouble();
+}
+void ReferenceStringFailure(JsonScalar const& value) {
+    ValueOf(value).asCString();
+    QEL_VALIDATE_LOGIC(false, QelError::Unspecified, "a string has no conversion failure");
+}
+
+}  // namespace detail
+
+std::shared_ptr<IJsonObject> GetRootJsonObject(TStringCore const& text) {
+    return detail::ParseJsonFast(text);
+}
+
+std::shared_ptr<IJsonObject> GetRootJsonObject(TStringCore const& text, JsonReader reader) {
+    if (reader == JsonReader::Fast)
+        return detail::ParseJsonFast(text);
+    return detail::ParseJsonWithReference(text.toStdString());
 }
 
 }  // namespace qel::core

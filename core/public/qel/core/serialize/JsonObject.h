@@ -8,9 +8,12 @@
 // GetCurrent() is valid until the iterator moves or dies. Copy what must
 // outlive that. The tree lives as long as any object or iterator of it.
 //
-// Accessors of the wrong kind (GetString of a number, GetArray of a string)
-// fail with the JSON library's own exception; callers test the kind first
-// where a message of the catalogue is wanted.
+// Accessors of the wrong kind (GetString of a number), and numbers out of the
+// range of the accessor, fail with the JSON library's own exception: a
+// std::exception, not a QelException, with the same type and text whichever
+// reader built the tree. Callers test the kind first where a message of the
+// catalogue is wanted. GetArray of a dictionary walks its values, GetDictionary
+// of an array its elements under empty names; of any other value, nothing.
 
 #include <memory>
 #include <utility>
@@ -97,10 +100,21 @@ inline double IJsonObject::Cast<double>() const {
     return GetReal64();
 }
 
-// Parses a text with the JSON library's default settings (comments allowed,
-// text after the root value ignored), except that a trailing comma in an
-// array or a dictionary is refused. A text that does not parse fails
-// "failed to parse string as JSON"; the library's own message is dropped.
+// The parser underneath. Both accept and refuse the same texts and build the
+// same trees. Reference is jsoncpp. Fast is simdjson, several times quicker
+// on plain JSON; a text it does not read itself (comments, text after the
+// root value, a byte order mark, a raw control character in a string, a
+// number that is not JSON's: "01", "+1", "-") costs it a second parse by the
+// reference reader.
+enum class JsonReader { Fast, Reference };
+
+// Parses a text with jsoncpp's default settings (comments allowed, text
+// after the root value ignored, nesting up to 1000 deep), except that a
+// trailing comma in an array or a dictionary is refused (jsoncpp still lets
+// one pass after a member named "", as in {"": 1,}). A text that does not
+// parse fails "failed to parse string as JSON"; the parser's own message is
+// dropped. Without a reader named, the fast reader parses.
 std::shared_ptr<IJsonObject> GetRootJsonObject(TStringCore const& text);
+std::shared_ptr<IJsonObject> GetRootJsonObject(TStringCore const& text, JsonReader reader);
 
 }  // namespace qel::core
