@@ -1,7 +1,9 @@
 // Fuzz target: arbitrary bytes, read as UTF-8 text and as UTF-16 text,
 // through both JSON readers. They must accept and refuse alike, refuse with
 // the same message, and build trees that no caller can tell apart (see
-// JsonReadersDifference.h).
+// JsonReadersDifference.h); the data stores read from the two trees (the
+// store parser reads whole columns of the fast reader's at once) must be
+// the same store or the same refusal.
 
 #include <algorithm>
 #include <cstddef>
@@ -29,6 +31,15 @@ std::shared_ptr<IJsonObject> Read(TStringCore const& text, JsonReader reader,
     }
 }
 
+// The store read from a tree, as its JSON text, or the refusal.
+std::string StoreOf(std::shared_ptr<IJsonObject> const& tree) {
+    try {
+        return SerializeValue(*StoreValueParser::MakeKeyMap(tree)).toStdString();
+    } catch (QelException const& e) {
+        return std::string("refused: ") + e.what();
+    }
+}
+
 // Both readers on one text; a difference is printed before the trap.
 void Compare(TStringCore const& text) {
     std::string fastRefusal;
@@ -41,6 +52,13 @@ void Compare(TStringCore const& text) {
             "verdicts differ: fast '" + fastRefusal + "', reference '" + referenceRefusal + "'";
     else if (fast != nullptr)
         difference = qel::fuzz::JsonTreeDifference(*fast, *reference);
+    if (difference.empty() && fast != nullptr) {
+        std::string const fastStore = StoreOf(fast);
+        std::string const referenceStore = StoreOf(reference);
+        if (fastStore != referenceStore)
+            difference =
+                "stores differ: fast '" + fastStore + "', reference '" + referenceStore + "'";
+    }
     if (!difference.empty()) {
         std::fprintf(stderr, "%s\n", difference.c_str());
         __builtin_trap();
@@ -50,6 +68,11 @@ void Compare(TStringCore const& text) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
+    static bool const ready = [] {
+        RegisterDefaultCollatorPool();
+        return true;
+    }();
+    (void)ready;
     // Long enough to nest past the readers' depth limit.
     std::size_t const length = std::min<std::size_t>(size, 8192);
     Compare(TStringCore::fromUtf8(reinterpret_cast<char const*>(data), static_cast<int>(length)));

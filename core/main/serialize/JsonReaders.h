@@ -8,8 +8,11 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "qel/core/serialize/JsonObject.h"
+#include "qel/core/types/RIndirectString.h"
+#include "qel/core/types/StoreType.h"
 
 namespace qel::core::detail {
 
@@ -40,5 +43,20 @@ long long ReferenceInt64(JsonScalar const& value);
 float ReferenceReal32(JsonScalar const& value);
 double ReferenceReal64(JsonScalar const& value);
 [[noreturn]] void ReferenceStringFailure(JsonScalar const& value);
+
+// The elements of an array of the fast reader's tree as the values of a
+// column of `type`, read as the element-by-element walk reads them (each
+// accessor's result, its failures included) without a call through the
+// interface per element. Only the commonest forms are read: numbers, bools
+// and null for numbers and bools, strings for strings (as GetString gives
+// them) that hold no quote and no blank, and so read as themselves. False, with `values` in any
+// state, when `array` is not the fast reader's, `type` is of another kind, or an element has
+// another form (a two-item special, a number for Int64 that is a real, ...): the caller then walks
+// the elements one by one.
+bool TryReadColumn(IJsonObject const& array, StoreType type, std::vector<unsigned char>& values);
+bool TryReadColumn(IJsonObject const& array, StoreType type, std::vector<unsigned int>& values);
+bool TryReadColumn(IJsonObject const& array, StoreType type,
+                   std::vector<unsigned long long>& values);
+bool TryReadColumn(IJsonObject const& array, StoreType type, std::vector<RIndirectString>& values);
 
 }  // namespace qel::core::detail

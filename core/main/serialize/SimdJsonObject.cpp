@@ -23,6 +23,7 @@
 #endif
 
 #include <algorithm>
+#include <bit>
 #include <climits>
 #include <cmath>
 #include <cstring>
@@ -420,15 +421,18 @@ std::size_t NarrowAscii(char16_t const* units, std::size_t n, char* out) {
 }
 
 // UTF-8 as TStringCore::toStdString writes it (a lone surrogate becomes
-// U+FFFD), with simdjson's padding behind it.
+// U+FFFD), with simdjson's padding behind it. The buffer fits ASCII text
+// and grows once, to the worst case of the rest, at the first other unit:
+// JSON is mostly ASCII, and a buffer three times too large would cost its
+// host that much memory for nothing.
 class PaddedUtf8 {
 public:
     explicit PaddedUtf8(TStringCore const& text)
-        : m_bytes(
-              new char[3 * static_cast<std::size_t>(text.size()) + simdjson::SIMDJSON_PADDING]) {
+        : m_bytes(new char[static_cast<std::size_t>(text.size()) + simdjson::SIMDJSON_PADDING]) {
         char16_t const* p = text.constData();
         std::size_t const n = static_cast<std::size_t>(text.size());
         char* out = m_bytes.get();
+        bool grown = false;
         std::size_t i = 0;
         while (i < n) {
             std::size_t const ascii = NarrowAscii(p + i, n - i, out);
@@ -436,6 +440,15 @@ public:
             out += ascii;
             if (i == n)
                 break;
+            if (!grown) {
+                std::size_t const written = static_cast<std::size_t>(out - m_bytes.get());
+                std::unique_ptr<char[]> bytes(
+                    new char[written + 3 * (n - i) + simdjson::SIMDJSON_PADDING]);
+                std::memcpy(bytes.get(), m_bytes.get(), written);
+                m_bytes = std::move(bytes);
+                out = m_bytes.get() + written;
+                grown = true;
+            }
             char32_t c = p[i++];
             if (c >= 0xD800 && c <= 0xDBFF && i < n && p[i] >= 0xDC00 && p[i] <= 0xDFFF) {
                 c = 0x10000 + ((c - 0xD800) << 10) + (p[i] - 0xDC00);
@@ -499,7 +512,121 @@ Root ParseDocument(char const* data, std::size_t size) {
     return document;
 }
 
+// The array's elements through `read`, which appends one to `values` or
+// gives false for a form it leaves to the caller.
+template <class S, class Read>
+bool ReadColumn(IJsonObject const& array, std::vector<S>& values, Read&& read) {
+    auto const* face = dynamic_cast<Face const*>(&array);
+    if (face == nullptr || face->GetValue().type() != element_type::ARRAY)
+        return false;
+    simdjson::dom::array const elements = face->GetValue().get_array().value_unsafe();
+    values.clear();
+    values.reserve(elements.size());
+    for (element const e : elements) {
+        if (!read(e, values))
+            return false;
+    }
+    return true;
+}
+
+bool IsNumber(element_type type) {
+    return type == element_type::INT64 || type == element_type::UINT64 ||
+           type == element_type::DOUBLE || type == element_type::BOOL ||
+           type == element_type::NULL_VALUE;
+}
+
+// What an accessor gives for numbers, bools and null, by its bits; a string
+// or a container is left to the caller.
+template <class Real, class Bits>
+bool ReadReal(element e, std::vector<Bits>& values) {
+    if (!IsNumber(e.type()))
+        return false;
+    values.push_back(std::bit_cast<Bits>(RealOf<Real>(e)));
+    return true;
+}
+
+// The bytes that make a string read as another text in the store's JSON
+// form: a quote, and the blanks around a name.
+struct NotPlainBytes {
+    bool table[256] = {};
+    constexpr NotPlainBytes() {
+        for (unsigned char c : {'\'', '\t', '\n', '\v', '\r', ' '})
+            table[c] = true;
+    }
+};
+constexpr NotPlainBytes kNotPlain;
+
+// StringOf of a string without those bytes, in the same pass.
+bool ReadPlainString(element e, std::vector<RIndirectString>& values) {
+    if (e.type() != element_type::STRING)
+        return false;
+    std::string_view const text = e.get_string().value_unsafe();
+    unsigned char any = 0;
+    bool notPlain = false;
+    std::size_t size = 0;
+    for (; size < text.size(); ++size) {
+        auto const c = static_cast<unsigned char>(text[size]);
+        if (c == 0)
+            break;
+        any |= c;
+        notPlain |= kNotPlain.table[c];
+    }
+    if (notPlain)
+        return false;
+    if (any < 0x80)
+        values.emplace_back(TStringCore(text.data(), static_cast<int>(size)));
+    else
+        values.emplace_back(TStringCore::fromUtf8(text.data(), static_cast<int>(size)));
+    return true;
+}
+
 }  // namespace
+
+bool TryReadColumn(IJsonObject const& array, StoreType type, std::vector<unsigned char>& values) {
+    if (type != StoreType::Bool)
+        return false;
+    return ReadColumn(array, values, [](element e, std::vector<unsigned char>& out) {
+        if (!IsNumber(e.type()))
+            return false;
+        out.push_back(BoolOf(e) ? 1 : 0);
+        return true;
+    });
+}
+
+bool TryReadColumn(IJsonObject const& array, StoreType type, std::vector<unsigned int>& values) {
+    if (type == StoreType::Real32)
+        return ReadColumn(array, values, ReadReal<float, unsigned int>);
+    if (type != StoreType::Int32)
+        return false;
+    // Out of range, the reader's failure is the caller's to report.
+    return ReadColumn(array, values, [](element e, std::vector<unsigned int>& out) {
+        if (e.type() != element_type::INT64)
+            return false;
+        long long const v = e.get_int64().value_unsafe();
+        if (v < INT_MIN || v > INT_MAX)
+            return false;
+        out.push_back(static_cast<unsigned int>(static_cast<int>(v)));
+        return true;
+    });
+}
+
+bool TryReadColumn(IJsonObject const& array, StoreType type,
+                   std::vector<unsigned long long>& values) {
+    if (type == StoreType::Real64)
+        return ReadColumn(array, values, ReadReal<double, unsigned long long>);
+    if (type != StoreType::Int64)
+        return false;
+    return ReadColumn(array, values, [](element e, std::vector<unsigned long long>& out) {
+        if (e.type() != element_type::INT64)
+            return false;
+        out.push_back(static_cast<unsigned long long>(e.get_int64().value_unsafe()));
+        return true;
+    });
+}
+
+bool TryReadColumn(IJsonObject const& array, StoreType type, std::vector<RIndirectString>& values) {
+    return type == StoreType::String && ReadColumn(array, values, ReadPlainString);
+}
 
 std::shared_ptr<IJsonObject> ParseJsonFast(TStringCore const& text) {
     PaddedUtf8 const utf8(text);

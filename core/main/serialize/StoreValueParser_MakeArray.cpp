@@ -7,6 +7,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "core/main/serialize/JsonReaders.h"
 #include "core/main/serialize/StoreValueParser_Traits.h"
 #include "qel/core/serialize/StoreValueParser.h"
 #include "qel/core/store/StoreTypeDispatcher.h"
@@ -23,14 +24,15 @@ namespace {
 
 template <class S>
 void AddArrayElement(Type const* elementType, std::shared_ptr<IJsonObject> const& v,
-                     std::vector<S>& values, std::vector<SpecialKind>& specials,
-                     bool& hasSpecials) {
+                     std::vector<S>& values, std::vector<SpecialKind>& specials) {
     // Primitives other than tuples have the two-item form; an element that
-    // is no plain value is one.
+    // is no plain value is one. The specials are kept only from the first
+    // special on, the elements before it being normal.
     bool const hasPairForm = IsPrimitiveStoreType(elementType->GetStoreType());
     if (!hasPairForm || v->IsValue()) {
         values.push_back(PrimitiveTraits<S>::MakePrimitive(elementType, v));
-        specials.push_back(SpecialKind::Normal);
+        if (!specials.empty())
+            specials.push_back(SpecialKind::Normal);
         return;
     }
     QEL_VALIDATE_SHOWN(v->IsArray(), QelError::ArraysMustContainValuesOrArrayObjects);
@@ -41,10 +43,14 @@ void AddArrayElement(Type const* elementType, std::shared_ptr<IJsonObject> const
     values.push_back(PrimitiveTraits<S>::MakePrimitive(elementType, *subArray));
     ++subArray;
     QEL_VALIDATE_NOT_SHOWN(subArray == subArrayEnd, QelError::SpecialValueArrayHasOneItem);
-    specials.push_back(JsonSpecialKind(*subArray));
+    SpecialKind const kind = JsonSpecialKind(*subArray);
     ++subArray;
     QEL_VALIDATE_SHOWN(subArray == subArrayEnd, QelError::SpecialValueArrayHasTooManyItems);
-    hasSpecials = true;
+    if (specials.empty()) {
+        specials.reserve(values.capacity());
+        specials.resize(values.size() - 1, SpecialKind::Normal);
+    }
+    specials.push_back(kind);
 }
 
 struct MakeArrayHelper {
@@ -54,11 +60,21 @@ struct MakeArrayHelper {
     template <class S>
     std::shared_ptr<StoreValue> operator()() const {
         std::vector<S> values;
+        if constexpr (!std::is_same_v<S, QelTuple> &&
+                      !std::is_same_v<S, std::shared_ptr<StoreValue>>) {
+            // A column of plain values in one go, where the reader can.
+            if (detail::TryReadColumn(*o, elementType->GetStoreType(), values))
+                return factory::MakeArray<S>(elementType, std::move(values));
+            values.clear();
+        }
+        auto const elements = ArrayOf(*o);
+        // Counting is a walk of the parsed tree, far cheaper than the
+        // copies of a growing column.
+        values.reserve(elements.size());
         std::vector<SpecialKind> specials;
-        bool hasSpecials = false;
-        for (JsonArrayElement const& v : ArrayOf(*o))
-            AddArrayElement<S>(elementType, v, values, specials, hasSpecials);
-        if (!hasSpecials)
+        for (JsonArrayElement const& v : elements)
+            AddArrayElement<S>(elementType, v, values, specials);
+        if (specials.empty())
             return factory::MakeArray<S>(elementType, std::move(values));
         return factory::MakeArray<S>(elementType, std::move(values), std::move(specials));
     }

@@ -155,8 +155,18 @@ TStringCore JsonString(std::shared_ptr<IJsonObject> const& o) {
     return o->GetString();
 }
 
+bool ReadsAsItself(TStringCore const& text) {
+    // Only a quoted string, or a name between blanks, reads as another text.
+    bool plain = true;
+    for (char16_t const c : text.view())
+        plain &= c != u'\'' && c != 9 && c != 10 && c != 11 && c != 13 && c != 32;
+    return plain;
+}
+
 TStringCore JsonText(std::shared_ptr<IJsonObject> const& o) {
     TStringCore text = JsonString(o);
+    if (ReadsAsItself(text))
+        return text;
     VtlToken token;
     if (VtlScanner::TryScanSingleToken(text, token, false) && token.IsString())
         return token.GetString();

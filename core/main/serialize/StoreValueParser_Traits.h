@@ -77,6 +77,10 @@ TStringCore JsonString(std::shared_ptr<IJsonObject> const& o);
 // own (inside arrays, sets and key sets) a keyword is plain text.
 TStringCore JsonText(std::shared_ptr<IJsonObject> const& o);
 
+// True when JsonText gives a string's text unchanged, as it does for most:
+// without a quote or a blank, the scanner cannot read it as another text.
+bool ReadsAsItself(TStringCore const& text);
+
 // The special named by a JSON string ("Null", ...), for the specials lists
 // of arrays, sets and key sets; anything else fails as
 // SpecialKindFromString.
