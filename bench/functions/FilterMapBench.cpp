@@ -98,8 +98,8 @@ void Disagrees(benchmark::State& state) {
 // Runs `functor` over `input` (stored as S) into a fresh output buffer of O
 // (stored as SO), and checks the last output against `expected`.
 template <class SO, class O, class S, class I>
-void RunFunctor(benchmark::State& state, IUnaryFunctor<I, O>& functor,
-                std::vector<I> const& input, std::vector<O> const& expected) {
+void RunFunctor(benchmark::State& state, IUnaryFunctor<I, O>& functor, std::vector<I> const& input,
+                std::vector<O> const& expected) {
     auto const raw = Buffer<S>(input);
     VectorRawData<SO> rawOut{std::vector<SO>(kLength)};
     RawDataView out(rawOut);
@@ -170,8 +170,8 @@ BENCHMARK(BM_FilterLessThanHandLoop);
 
 void BM_FilterLessThanFunctor(benchmark::State& state) {
     Type const* const int32 = IntType::Get32();
-    auto const functor = MakeCreated<int, bool>(FunctionNames::LESS_THAN, int32,
-                                                {factory::MakeInt32(kSetSize)});
+    auto const functor =
+        MakeCreated<int, bool>(FunctionNames::LESS_THAN, int32, {factory::MakeInt32(kSetSize)});
     std::vector<int> const input = Ints();
     RunFunctor<unsigned char, bool, unsigned int>(
         state, *functor, input, HandMap<int, bool>(input, [](int x) { return x < kSetSize; }));
@@ -210,8 +210,8 @@ BENCHMARK(BM_MapGetYearHandLoop);
 void BM_MapGetYearFunctor(benchmark::State& state) {
     auto const functor = MakePlain<QelDateTime, int>(FunctionNames::GET_YEAR, DateTimeType::Get());
     std::vector<QelDateTime> const input = Dates();
-    RunFunctor<unsigned int, int, unsigned long long>(
-        state, *functor, input, HandMap<QelDateTime, int>(input, YearOf));
+    RunFunctor<unsigned int, int, unsigned long long>(state, *functor, input,
+                                                      HandMap<QelDateTime, int>(input, YearOf));
 }
 BENCHMARK(BM_MapGetYearFunctor);
 

@@ -19,10 +19,10 @@
 #include <vector>
 
 #include "core/main/serialize/TokenRestorer.h"
+#include "qel/core/serialize/VtlScanner.h"
 #include "qel/core/store/KeyPath.h"
 #include "qel/core/types/HeterogeneousType.h"
 #include "qel/core/utility/QelError.h"
-#include "qel/core/serialize/VtlScanner.h"
 
 namespace qel::core::recursive_descent {
 

@@ -3,11 +3,11 @@
 #include <boost/unordered_map.hpp>
 
 #include "core/main/serialize/EdgeBlanks.h"
+#include "qel/core/serialize/VtlScanner.h"
 #include "qel/core/store/Collation.h"
 #include "qel/core/types/HeterogeneousType.h"
 #include "qel/core/types/Type.h"
 #include "qel/core/utility/Validation.h"
-#include "qel/core/serialize/VtlScanner.h"
 
 namespace qel::core {
 

@@ -5,16 +5,16 @@
 #include <string_view>
 #include <utility>
 
+#include "qel/core/serialize/KeyPathParser.h"
 #include "qel/core/serialize/OperatorTypeSerializeUtils.h"
+#include "qel/core/serialize/VtlLiteralParser.h"
+#include "qel/core/serialize/VtlScanner.h"
 #include "qel/core/store/StoreValue.h"
 #include "qel/core/types/RInternString.h"
 #include "qel/core/types/Type.h"
 #include "qel/core/utility/TextUtil.h"
 #include "qel/core/utility/Validation.h"
-#include "qel/core/serialize/KeyPathParser.h"
 #include "qel/core/vtl/ValueSpec.h"
-#include "qel/core/serialize/VtlLiteralParser.h"
-#include "qel/core/serialize/VtlScanner.h"
 
 namespace qel::core {
 

@@ -3,13 +3,13 @@
 #include <memory>
 #include <utility>
 
-#include "qel/core/utility/MetricsFilter.h"
-#include "qel/core/utility/Validation.h"
 #include "qel/core/serialize/KeyPathParser.h"
 #include "qel/core/serialize/KeyPathSerializer.h"
 #include "qel/core/serialize/VtlParser.h"
 #include "qel/core/serialize/VtlScanner.h"
 #include "qel/core/serialize/VtlSerializer.h"
+#include "qel/core/utility/MetricsFilter.h"
+#include "qel/core/utility/Validation.h"
 
 namespace qel::core {
 

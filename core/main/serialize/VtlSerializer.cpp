@@ -3,15 +3,15 @@
 #include <optional>
 
 #include "core/main/serialize/EdgeBlanks.h"
+#include "qel/core/serialize/KeyPathSerializer.h"
 #include "qel/core/serialize/OperatorTypeSerializeUtils.h"
+#include "qel/core/serialize/VtlScanner.h"
 #include "qel/core/store/StoreValue.h"
 #include "qel/core/types/RInternString.h"
 #include "qel/core/types/StoreType.h"
 #include "qel/core/types/Type.h"
 #include "qel/core/utility/Validation.h"
-#include "qel/core/serialize/KeyPathSerializer.h"
 #include "qel/core/vtl/ValueSpec.h"
-#include "qel/core/serialize/VtlScanner.h"
 
 namespace qel::core {
 

@@ -2,9 +2,9 @@
 
 #include <mutex>
 
-#include "qel/core/utility/Validation.h"
 #include "qel/core/serialize/KeyPathParser.h"
 #include "qel/core/serialize/KeyPathSerializer.h"
+#include "qel/core/utility/Validation.h"
 
 namespace qel::core {
 

@@ -1,8 +1,8 @@
 // KeySegment's side of KeyPath.h.
 #include <cstdint>
 
-#include "qel/core/store/KeyPath.h"
 #include "qel/core/serialize/KeyPathSerializer.h"
+#include "qel/core/store/KeyPath.h"
 
 namespace qel::core {
 

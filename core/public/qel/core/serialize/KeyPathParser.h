@@ -31,8 +31,8 @@
 
 #include <vector>
 
-#include "qel/core/store/KeyPath.h"
 #include "qel/core/serialize/VtlScanner.h"
+#include "qel/core/store/KeyPath.h"
 
 namespace qel::core {
 

@@ -8,8 +8,8 @@
 
 #include <memory>
 
-#include "qel/core/store/StoreValue.h"
 #include "qel/core/serialize/VtlScanner.h"
+#include "qel/core/store/StoreValue.h"
 
 namespace qel::core {
 
