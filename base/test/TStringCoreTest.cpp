@@ -63,6 +63,17 @@ TEST(TStringCoreTest, AppendAndConcatenate) {
         t.append(t.constData() + 2, 3);  // a range inside itself
         EXPECT_EQ(t, before + u"cde");
     }
+    // With room reserved, short appends write in place, but never into a
+    // shared header, and a range of the string itself is read before it
+    // grows.
+    S roomy(kLong);
+    roomy.reserve(64);
+    S const sharer = roomy;
+    roomy.append(u"xy", 2).append(u'z');
+    roomy.append(roomy.constData(), 3);
+    EXPECT_EQ(roomy.view(), std::u16string(kLong) + u"xyzabc");
+    EXPECT_EQ(sharer.view(), kLong);
+    EXPECT_EQ(roomy.constData()[roomy.length()], u'\0');
     S s(u"a");
     s.append('b').append(u'c').append("d\xFF", 2).append(u"e", -1).append(S(u"f"));
     EXPECT_EQ(s.view(), u"abcd\u00FFef");

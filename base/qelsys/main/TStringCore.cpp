@@ -316,7 +316,7 @@ int TStringCore::length(char16_t const* text) noexcept {
 // ---------------------------------------------------------------------------
 // Appending and assigning
 
-TStringCore& TStringCore::append(char16_t unit) {
+TStringCore& TStringCore::appendByResizing(char16_t unit) {
     int n = size();
     m_data.resize(n + 1)[n] = unit;
     return *this;
@@ -326,7 +326,7 @@ TStringCore& TStringCore::append(char unit) {
     return append(static_cast<char16_t>(static_cast<unsigned char>(unit)));
 }
 
-TStringCore& TStringCore::append(char16_t const* text, int length) {
+TStringCore& TStringCore::appendByResizing(char16_t const* text, int length) {
     if (text == nullptr)
         return *this;
     if (length < 0)

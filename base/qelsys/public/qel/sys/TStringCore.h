@@ -81,6 +81,17 @@ public:
     char16_t* resize(int length);
     // Ensures room for `capacity` units without changing the text.
     void reserve(int capacity);
+    // Room for `count` more units at the end of a long, unshared text that
+    // has it, the text made that long; null otherwise (resize() then). The
+    // appends of a writer that reserved its text take this inline path.
+    char16_t* tryExtend(int count) noexcept {
+        if (!m_isLong || m_long->capacity() - m_length < count || m_long->isShared())
+            return nullptr;
+        char16_t* const at = m_long->data() + m_length;
+        m_length += count;
+        at[count] = 0;
+        return at;
+    }
     // Writable storage of the current text, detached from any other owner.
     char16_t* detach();
 
@@ -152,9 +163,26 @@ public:
     char16_t& operator[](int index) { return m_data.detach()[index]; }
     char16_t& operator[](unsigned long index) { return m_data.detach()[index]; }
 
-    TStringCore& append(char16_t unit);
+    TStringCore& append(char16_t unit) {
+        if (char16_t* const at = m_data.tryExtend(1)) {
+            *at = unit;
+            return *this;
+        }
+        return appendByResizing(unit);
+    }
     TStringCore& append(char unit);
-    TStringCore& append(char16_t const* text, int length);
+    // Short texts (numbers, names) are copied unit by unit inline when the
+    // reserved room allows: cheaper than a call to memcpy.
+    TStringCore& append(char16_t const* text, int length) {
+        if (length > 0 && length <= 32 && text != nullptr && !overlaps(text)) {
+            if (char16_t* const at = m_data.tryExtend(length)) {
+                for (int i = 0; i < length; ++i)
+                    at[i] = text[i];
+                return *this;
+            }
+        }
+        return appendByResizing(text, length);
+    }
     TStringCore& append(char const* text, int length);
     TStringCore& append(TStringCore const& text);
     TStringCore& operator+=(TStringCore const& text) { return append(text); }
@@ -220,6 +248,14 @@ public:
     double toDouble(bool* ok = nullptr) const;
 
 private:
+    TStringCore& appendByResizing(char16_t unit);
+    TStringCore& appendByResizing(char16_t const* text, int length);
+    // Whether `text` may point into this string's own units.
+    bool overlaps(char16_t const* text) const noexcept {
+        auto const at = reinterpret_cast<std::uintptr_t>(text);
+        auto const begin = reinterpret_cast<std::uintptr_t>(m_data.data());
+        return at >= begin && at <= begin + sizeof(char16_t) * static_cast<std::size_t>(size());
+    }
     void countConstruction() noexcept {
         if (TStringMetrics::m_enabled) [[unlikely]]
             ++TStringThreadMetrics::Local();
