@@ -149,7 +149,7 @@ private:
                                      spec.GetFunctionSpec(), {}, spec.GetValue());
             return core::TransformToString(line);
         } catch (QelException const&) {
-            // A spec built by a program may hold what the text cannot; the
+            // A transform built by a program may hold what the text cannot; the
             // failure being reported matters more than its line.
             return core::OperatorTypeToString(spec.GetOperatorType());
         }

@@ -8,10 +8,14 @@
 #include <bit>
 #include <cstdint>
 #include <exception>
+#include <memory>
 #include <string>
 #include <typeinfo>
 
 #include "qel/core/serialize/JsonObject.h"
+#include "qel/core/serialize/StoreValueParser.h"
+#include "qel/core/serialize/StoreValueSerializer.h"
+#include "qel/core/utility/QelException.h"
 
 namespace qel::fuzz {
 
@@ -109,6 +113,17 @@ inline std::string Difference(IJsonObject const& a, IJsonObject const& b, std::s
 // descriptions; empty when a caller cannot tell them apart.
 inline std::string JsonTreeDifference(core::IJsonObject const& a, core::IJsonObject const& b) {
     return detail::Difference(a, b, "$", true);
+}
+
+// The store that the store parser reads from a tree, as its JSON text, or
+// its refusal: the parser reads whole columns of the fast reader's tree at
+// once and must read them as it reads the reference's, element by element.
+inline std::string StoreText(std::shared_ptr<core::IJsonObject> const& tree) {
+    try {
+        return core::SerializeValue(*core::StoreValueParser::MakeKeyMap(tree)).toStdString();
+    } catch (core::QelException const& e) {
+        return std::string("refused: ") + e.what();
+    }
 }
 
 }  // namespace qel::fuzz

@@ -31,15 +31,6 @@ std::shared_ptr<IJsonObject> Read(TStringCore const& text, JsonReader reader,
     }
 }
 
-// The store read from a tree, as its JSON text, or the refusal.
-std::string StoreOf(std::shared_ptr<IJsonObject> const& tree) {
-    try {
-        return SerializeValue(*StoreValueParser::MakeKeyMap(tree)).toStdString();
-    } catch (QelException const& e) {
-        return std::string("refused: ") + e.what();
-    }
-}
-
 // Both readers on one text; a difference is printed before the trap.
 void Compare(TStringCore const& text) {
     std::string fastRefusal;
@@ -53,8 +44,8 @@ void Compare(TStringCore const& text) {
     else if (fast != nullptr)
         difference = qel::fuzz::JsonTreeDifference(*fast, *reference);
     if (difference.empty() && fast != nullptr) {
-        std::string const fastStore = StoreOf(fast);
-        std::string const referenceStore = StoreOf(reference);
+        std::string const fastStore = qel::fuzz::StoreText(fast);
+        std::string const referenceStore = qel::fuzz::StoreText(reference);
         if (fastStore != referenceStore)
             difference =
                 "stores differ: fast '" + fastStore + "', reference '" + referenceStore + "'";

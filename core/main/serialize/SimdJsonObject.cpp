@@ -164,24 +164,43 @@ TStringCore FromUtf8(char const* text, std::size_t size) {
     return TStringCore::fromUtf8(text, static_cast<int>(size));
 }
 
-// As the reference reader's adapter: the text up to its first NUL. One pass
-// finds the end and whether the text is ASCII; strings are short, so this
-// beats memchr and a second scan.
-TStringCore StringOf(element e) {
-    if (e.type() != element_type::STRING)
-        ReferenceStringFailure(ScalarOf(e));
-    std::string_view const text = e.get_string().value_unsafe();
+// The length of a string's text up to its first NUL, as the reference
+// reader's adapter cuts it, and in the same pass whether it is ASCII and
+// whether it holds a unit that `marked` marks: strings are short, so one
+// pass beats memchr and a second scan.
+struct TextScan {
+    std::size_t size = 0;
+    bool ascii = true;
+    bool marked = false;
+};
+
+template <bool kMark = false>
+TextScan ScanText(std::string_view text, bool const* marked = nullptr) {
     unsigned char any = 0;
+    bool mark = false;
     std::size_t size = 0;
     for (; size < text.size(); ++size) {
         auto const c = static_cast<unsigned char>(text[size]);
         if (c == 0)
             break;
         any |= c;
+        if constexpr (kMark)
+            mark |= marked[c];
     }
-    if (any < 0x80)
-        return TStringCore(text.data(), static_cast<int>(size));
-    return TStringCore::fromUtf8(text.data(), static_cast<int>(size));
+    return {size, any < 0x80, mark};
+}
+
+TStringCore TextOf(std::string_view text, TextScan const& scan) {
+    if (scan.ascii)
+        return TStringCore(text.data(), static_cast<int>(scan.size));
+    return TStringCore::fromUtf8(text.data(), static_cast<int>(scan.size));
+}
+
+TStringCore StringOf(element e) {
+    if (e.type() != element_type::STRING)
+        ReferenceStringFailure(ScalarOf(e));
+    std::string_view const text = e.get_string().value_unsafe();
+    return TextOf(text, ScanText(text));
 }
 
 template <class Real>
@@ -561,22 +580,10 @@ bool ReadPlainString(element e, std::vector<RIndirectString>& values) {
     if (e.type() != element_type::STRING)
         return false;
     std::string_view const text = e.get_string().value_unsafe();
-    unsigned char any = 0;
-    bool notPlain = false;
-    std::size_t size = 0;
-    for (; size < text.size(); ++size) {
-        auto const c = static_cast<unsigned char>(text[size]);
-        if (c == 0)
-            break;
-        any |= c;
-        notPlain |= kNotPlain.table[c];
-    }
-    if (notPlain)
+    TextScan const scan = ScanText<true>(text, kNotPlain.table);
+    if (scan.marked)
         return false;
-    if (any < 0x80)
-        values.emplace_back(TStringCore(text.data(), static_cast<int>(size)));
-    else
-        values.emplace_back(TStringCore::fromUtf8(text.data(), static_cast<int>(size)));
+    values.emplace_back(TextOf(text, scan));
     return true;
 }
 

@@ -2,9 +2,7 @@
 # build and run examples/consumer against that prefix alone.
 #
 # Inputs (-D): QEL_BUILD_DIR, QEL_CONFIG, QEL_CONSUMER_SOURCE_DIR,
-# QEL_GENERATOR, QEL_CXX_COMPILER, QEL_CXX_COMPILER_LAUNCHER (may be empty),
-# QEL_CXX_FLAGS and QEL_EXE_LINKER_FLAGS (a sanitizer build's flags must reach
-# the consumer too, or its link misses the sanitizer runtime).
+# and what PackageCommon.cmake reads.
 cmake_minimum_required(VERSION 3.25)
 
 set(work ${QEL_BUILD_DIR}/package-test)
@@ -15,33 +13,12 @@ set(consumer_build ${work}/consumer)
 # covered by one left over from an earlier run.
 file(REMOVE_RECURSE ${work})
 
-function(run step)
-  execute_process(COMMAND ${ARGN}
-    RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
-  if(NOT result EQUAL 0)
-    message(FATAL_ERROR "${step} failed (${result}):\n${output}")
-  endif()
-endfunction()
+include(${CMAKE_CURRENT_LIST_DIR}/PackageCommon.cmake)
 
 run("install" ${CMAKE_COMMAND} --install ${QEL_BUILD_DIR} --config ${QEL_CONFIG}
   --prefix ${prefix})
 
-# Nothing but the prefix may satisfy find_package: no package registry, and
-# no system-wide qelcore.
-set(launcher)
-if(QEL_CXX_COMPILER_LAUNCHER)
-  set(launcher -DCMAKE_CXX_COMPILER_LAUNCHER=${QEL_CXX_COMPILER_LAUNCHER})
-endif()
-run("configure" ${CMAKE_COMMAND} -S ${QEL_CONSUMER_SOURCE_DIR} -B ${consumer_build}
-  -G ${QEL_GENERATOR}
-  -DCMAKE_BUILD_TYPE=${QEL_CONFIG}
-  -DCMAKE_CXX_COMPILER=${QEL_CXX_COMPILER}
-  "-DCMAKE_CXX_FLAGS=${QEL_CXX_FLAGS}"
-  "-DCMAKE_EXE_LINKER_FLAGS=${QEL_EXE_LINKER_FLAGS}"
-  ${launcher}
-  -DCMAKE_PREFIX_PATH=${prefix}
-  -DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF
-  -DCMAKE_FIND_USE_SYSTEM_PACKAGE_REGISTRY=OFF)
+configure_against_prefix(${QEL_CONSUMER_SOURCE_DIR} ${consumer_build} ${prefix} "")
 
 file(STRINGS ${consumer_build}/CMakeCache.txt found REGEX "^qelcore_DIR:")
 string(REGEX REPLACE "^qelcore_DIR:[A-Z]+=" "" found "${found}")

@@ -5,7 +5,7 @@
 # Inputs (-D): QEL_BUILD_DIR, QEL_CONFIG, QEL_EXAMPLE_SOURCE_DIR,
 # QEL_EXAMPLE_PROGRAM (the executable the example builds), QEL_GENERATOR,
 # QEL_CXX_COMPILER, QEL_CXX_COMPILER_LAUNCHER (may be empty), QEL_CXX_FLAGS
-# and QEL_EXE_LINKER_FLAGS, as for PackageConsumer.cmake.
+# and QEL_EXE_LINKER_FLAGS, as PackageCommon.cmake reads them.
 cmake_minimum_required(VERSION 3.25)
 
 set(prefix ${QEL_BUILD_DIR}/package-test/install)
@@ -15,30 +15,11 @@ if(NOT EXISTS ${prefix}/lib/cmake/qelcore/qelcoreConfig.cmake)
 endif()
 file(REMOVE_RECURSE ${example_build})
 
-function(run step)
-  execute_process(COMMAND ${ARGN}
-    RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
-  if(NOT result EQUAL 0)
-    message(FATAL_ERROR "${step} failed (${result}):\n${output}")
-  endif()
-endfunction()
-
-set(launcher)
-if(QEL_CXX_COMPILER_LAUNCHER)
-  set(launcher -DCMAKE_CXX_COMPILER_LAUNCHER=${QEL_CXX_COMPILER_LAUNCHER})
-endif()
+include(${CMAKE_CURRENT_LIST_DIR}/PackageCommon.cmake)
 # The examples are what users copy: they must build without a warning, though
 # their own CMakeLists leaves warning flags to the user.
-run("configure" ${CMAKE_COMMAND} -S ${QEL_EXAMPLE_SOURCE_DIR} -B ${example_build}
-  -G ${QEL_GENERATOR}
-  -DCMAKE_BUILD_TYPE=${QEL_CONFIG}
-  -DCMAKE_CXX_COMPILER=${QEL_CXX_COMPILER}
-  "-DCMAKE_CXX_FLAGS=${QEL_CXX_FLAGS} -Wall -Wextra -Werror"
-  "-DCMAKE_EXE_LINKER_FLAGS=${QEL_EXE_LINKER_FLAGS}"
-  ${launcher}
-  -DCMAKE_PREFIX_PATH=${prefix}
-  -DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF
-  -DCMAKE_FIND_USE_SYSTEM_PACKAGE_REGISTRY=OFF)
+configure_against_prefix(${QEL_EXAMPLE_SOURCE_DIR} ${example_build} ${prefix}
+  "-Wall -Wextra -Werror")
 run("build" ${CMAKE_COMMAND} --build ${example_build} --config ${QEL_CONFIG} -j1)
 
 execute_process(COMMAND ${example_build}/${QEL_EXAMPLE_PROGRAM}
