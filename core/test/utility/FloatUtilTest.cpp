@@ -72,6 +72,23 @@ TEST(FloatUtilTest, TextIsPrintfsGeneralFormForEveryBitPattern) {
         printfText(d);
     for (float f : {F::max(), F::denorm_min(), -F::denorm_min()})
         printfText(f);
+    // Exact ties at the last digit (which round to even), and values whose
+    // rounding carries into a new digit or that sit beside a power of ten.
+    for (double d : {1234567890123456.75, 1234567890123456.25, 0.5, 2.5e-8, 99999999999999999.0})
+        printfText(d);
+    for (int e = -325; e <= 308; ++e) {
+        double const power = std::pow(10.0, e);
+        for (double d : {power, std::nextafter(power, 0.0), std::nextafter(power, D::max())})
+            printfText(d);
+    }
+    for (int e = -1074; e <= 1023; ++e) {
+        printfText(std::ldexp(1.0, e));
+        printfText(std::ldexp(3.0, e));
+    }
+    for (long long i = 1; i < 20000; ++i) {
+        printfText(static_cast<double>(i) * 0.125 + 1e15);
+        printfText(static_cast<float>(static_cast<double>(i) + 0.5));
+    }
     std::mt19937_64 random(20261123);
     for (int i = 0; i < 300000 && !HasFailure(); ++i) {
         std::uint64_t const bits = random();
