@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <limits>
 #include <string>
@@ -74,6 +75,16 @@ TEST(TStringCoreTest, AppendAndConcatenate) {
     EXPECT_EQ(roomy.view(), std::u16string(kLong) + u"xyzabc");
     EXPECT_EQ(sharer.view(), kLong);
     EXPECT_EQ(roomy.constData()[roomy.length()], u'\0');
+    // Units filled in place: across the inline limit, into reserved room
+    // and out of a shared header, which keeps its text.
+    for (S grown : {S(kInline), S(kLong), roomy}) {
+        S const other = grown;
+        int const n = grown.length();
+        std::copy_n(u"123", 3, grown.extend(3));
+        EXPECT_EQ(grown.view(), std::u16string(other.view()) + u"123");
+        EXPECT_EQ(grown.constData()[n + 3], u'\0');
+        EXPECT_EQ(other.length(), n);
+    }
     S s(u"a");
     s.append('b').append(u'c').append("d\xFF", 2).append(u"e", -1).append(S(u"f"));
     EXPECT_EQ(s.view(), u"abcd\u00FFef");

@@ -322,6 +322,11 @@ TStringCore& TStringCore::appendByResizing(char16_t unit) {
     return *this;
 }
 
+char16_t* TStringCore::extendByResizing(int count) {
+    int const n = size();
+    return m_data.resize(n + std::max(count, 0)) + n;
+}
+
 TStringCore& TStringCore::append(char unit) {
     return append(static_cast<char16_t>(static_cast<unsigned char>(unit)));
 }

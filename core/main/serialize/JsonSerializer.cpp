@@ -1,6 +1,8 @@
 #include "qel/core/serialize/JsonSerializer.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <deque>
 #include <limits>
 #include <memory>
@@ -81,6 +83,29 @@ void AppendEscaped(TStringCore& out, TStringCore const& text) {
     }
 }
 
+// Whether any of `length` units is a control unit, a double quote or a
+// backslash. Four units at a time: a lane is zero after the XOR with the
+// unit it matches, and a zero or small lane borrows into its top bit.
+bool NeedsEscape(char16_t const* units, int length) {
+    constexpr std::uint64_t kOnes = 0x0001000100010001ULL;
+    constexpr std::uint64_t kTops = 0x8000800080008000ULL;
+    int i = 0;
+    for (; i + 4 <= length; i += 4) {
+        std::uint64_t lanes;
+        std::memcpy(&lanes, units + i, sizeof lanes);
+        std::uint64_t const quote = lanes ^ (kOnes * u'"');
+        std::uint64_t const backslash = lanes ^ (kOnes * u'\\');
+        std::uint64_t const found = ((lanes - kOnes * 32) & ~lanes) | ((quote - kOnes) & ~quote) |
+                                    ((backslash - kOnes) & ~backslash);
+        if ((found & kTops) != 0)
+            return true;
+    }
+    for (; i < length; ++i)
+        if (units[i] < 32 || units[i] == u'"' || units[i] == u'\\')
+            return true;
+    return false;
+}
+
 class CompactJsonBuilder : public IJsonBuilder {
 public:
     TStringCore const& Build() const override { return m_text; }
@@ -90,6 +115,21 @@ public:
         m_text.append(u':');
     }
     void AppendString(TStringCore const& text) override {
+        // A text without escapes, the common case, is quoted in place.
+        int const length = text.size();
+        if (!NeedsEscape(text.data(), length)) {
+            char16_t* const at = m_text.extend(length + 2);
+            at[0] = u'"';
+            if (length <= 32) {
+                for (int i = 0; i < length; ++i)
+                    at[i + 1] = text.data()[i];
+            } else {
+                std::memcpy(at + 1, text.data(),
+                            sizeof(char16_t) * static_cast<std::size_t>(length));
+            }
+            at[length + 1] = u'"';
+            return;
+        }
         m_text.append(u'"');
         AppendEscaped(m_text, text);
         m_text.append(u'"');
@@ -202,6 +242,8 @@ private:
 // ---------------------------------------------------------------------------
 // States: the order of calls.
 
+class ArraySerializerState;
+
 class SerializerState {
 public:
     explicit SerializerState(IJsonBuilder& builder) : m_builder(builder) {}
@@ -225,6 +267,7 @@ public:
     virtual void BeginSubArray() = 0;
     virtual void BeginSubDictionary() = 0;
     virtual void EndSubCollection() = 0;
+    virtual ArraySerializerState* AsArray() { return nullptr; }
 
 protected:
     IJsonBuilder& m_builder;
@@ -277,6 +320,20 @@ public:
     void BeginSubDictionary() override { NextItem(); }
     // A collection inside restores this array's flag on its way out.
     void EndSubCollection() override { m_builder.SetIsSimpleArray(m_isSimple); }
+    ArraySerializerState* AsArray() override { return this; }
+
+    // The items of a long column go to the compact builder without a
+    // virtual call: in an array it needs nothing but the separators.
+    void AppendCompact(CompactJsonBuilder& compact, std::u16string_view text) {
+        if (m_items++ > 0)
+            compact.CompactJsonBuilder::NextItem();
+        compact.CompactJsonBuilder::AppendUnquotedString(text);
+    }
+    void AppendCompact(CompactJsonBuilder& compact, TStringCore const& text) {
+        if (m_items++ > 0)
+            compact.CompactJsonBuilder::NextItem();
+        compact.CompactJsonBuilder::AppendString(text);
+    }
 
 private:
     void NextItem() {
@@ -344,13 +401,21 @@ std::unique_ptr<IJsonBuilder> MakeBuilder(JsonSerializerType type) {
 
 struct JsonSerializer::Impl {
     explicit Impl(JsonSerializerType type) : builder(MakeBuilder(type)) {
+        if (type == JsonSerializerType::Compact)
+            compact = static_cast<CompactJsonBuilder*>(builder.get());
         states.push_back(std::make_unique<RootSerializerState>(*builder));
     }
 
     SerializerState& Top() { return *states.back(); }
+    // After every push and pop.
+    void NewTop() { compactArray = compact != nullptr ? Top().AsArray() : nullptr; }
 
     std::unique_ptr<IJsonBuilder> builder;
     std::deque<std::unique_ptr<SerializerState>> states;
+    // The builder when it is the compact one, and then the top state when
+    // it is an array: the path of a column's items.
+    CompactJsonBuilder* compact = nullptr;
+    ArraySerializerState* compactArray = nullptr;
 };
 
 JsonSerializer::JsonSerializer() : JsonSerializer(JsonSerializerType::Compact) {}
@@ -366,12 +431,14 @@ void JsonSerializer::BeginArray(bool hasCollections) {
     auto state = std::make_unique<ArraySerializerState>(*m_impl->builder, hasCollections);
     state->BeginAsArray();
     m_impl->states.push_back(std::move(state));
+    m_impl->NewTop();
 }
 
 void JsonSerializer::EndArray() {
     m_impl->Top().EndAsArray();
     m_impl->states.pop_back();
     m_impl->Top().EndSubCollection();
+    m_impl->NewTop();
 }
 
 void JsonSerializer::BeginDictionary() {
@@ -379,12 +446,14 @@ void JsonSerializer::BeginDictionary() {
     auto state = std::make_unique<DictionarySerializerState>(*m_impl->builder);
     state->BeginAsDictionary();
     m_impl->states.push_back(std::move(state));
+    m_impl->NewTop();
 }
 
 void JsonSerializer::EndDictionary() {
     m_impl->Top().EndAsDictionary();
     m_impl->states.pop_back();
     m_impl->Top().EndSubCollection();
+    m_impl->NewTop();
 }
 
 void JsonSerializer::AppendKey(TStringCore const& key) {
@@ -392,12 +461,14 @@ void JsonSerializer::AppendKey(TStringCore const& key) {
 }
 
 void JsonSerializer::AppendString(TStringCore const& text) {
-    m_impl->Top().AppendString(text);
+    if (m_impl->compactArray != nullptr)
+        m_impl->compactArray->AppendCompact(*m_impl->compact, text);
+    else
+        m_impl->Top().AppendString(text);
 }
 
 void JsonSerializer::AppendUnquotedString(TStringCore const& text) {
-    m_impl->Top().AppendUnquotedString(
-        std::u16string_view(text.data(), static_cast<std::size_t>(text.size())));
+    AppendUnquotedUnits(std::u16string_view(text.data(), static_cast<std::size_t>(text.size())));
 }
 
 void JsonSerializer::Reserve(int units) {
@@ -406,7 +477,10 @@ void JsonSerializer::Reserve(int units) {
 }
 
 void JsonSerializer::AppendUnquotedUnits(std::u16string_view text) {
-    m_impl->Top().AppendUnquotedString(text);
+    if (m_impl->compactArray != nullptr)
+        m_impl->compactArray->AppendCompact(*m_impl->compact, text);
+    else
+        m_impl->Top().AppendUnquotedString(text);
 }
 
 TStringCore const& JsonSerializer::Build() const {

@@ -1,6 +1,7 @@
 #include "qel/core/serialize/StoreValueSerializer.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <memory>
 #include <string_view>
@@ -85,6 +86,41 @@ long long UnitsPerElement(StoreType type) {
     }
 }
 
+// About how many units the text of `value` takes: a store's long columns
+// reserved at once, so that the text grows in one step instead of being
+// copied as each column comes.
+long long EstimateUnits(StoreValue const& value) {
+    if (value.IsSpecial())
+        return 16;
+    switch (value.GetStoreType()) {
+        case StoreType::Array: {
+            IStoreArray const& array = value.AsArray();
+            return 2 + static_cast<long long>(array.GetCount()) *
+                           UnitsPerElement(array.GetElementType()->GetStoreType());
+        }
+        case StoreType::KeyMap:
+        case StoreType::Table: {
+            long long units = 2;
+            auto const entries = value.GetStoreType() == StoreType::KeyMap
+                                     ? value.AsKeyMap().GetKeyValuePairs()
+                                     : value.AsTable().GetColumns();
+            for (auto const& [name, entry] : entries)
+                units += 24 + (entry != nullptr ? EstimateUnits(*entry) : 0);
+            return units;
+        }
+        default:
+            return 16;
+    }
+}
+
+// Units of the ASCII text `digits`, copied as a whole register's worth: the
+// tail beyond `length` is scratch that the caller's next append overwrites.
+std::u16string_view Widen(char const (&digits)[32], int length, char16_t (&units)[32]) {
+    for (int i = 0; i < 32; ++i)
+        units[i] = static_cast<unsigned char>(digits[i]);
+    return {units, static_cast<std::size_t>(length)};
+}
+
 // Two lower-case hex digits a byte, the form ParseBytesFromHex reads.
 TStringCore FormatBytes(std::vector<unsigned char> const& bytes) {
     static constexpr char16_t kDigits[] = u"0123456789abcdef";
@@ -133,6 +169,15 @@ private:
     void WriteElement(Type const* type, S const& raw);
     template <class F>
     void WriteReal(F value);
+    template <class I>
+    void WriteInteger(I value);
+    // Most strings are plain and go as they are, uncopied.
+    void WriteString(TStringCore const& text) {
+        if (PlainForSure(text))
+            m_json.AppendString(text);
+        else
+            m_json.AppendString(FormatString(text));
+    }
     void WriteColor(QelColor color);
     void WriteTuple(QelTuple const& tuple);
     void WriteSpecial(SpecialKind kind) { m_json.AppendString(SpecialKindToString(kind)); }
@@ -171,7 +216,7 @@ void ValueWriter::WriteValue(StoreValue const& value) {
             WriteReal(value.AsReal64());
             return;
         case StoreType::String:
-            m_json.AppendString(FormatString(value.AsString().GetValue()));
+            WriteString(value.AsString().GetValue());
             return;
         case StoreType::Date:
         case StoreType::DateTime:
@@ -243,7 +288,7 @@ void ValueWriter::WriteElement(Type const* type, S const& raw) {
     } else if constexpr (std::is_same_v<S, unsigned int>) {
         switch (type->GetStoreType()) {
             case StoreType::Int32:
-                m_json.AppendUnquotedString(Format(static_cast<int>(raw)));
+                WriteInteger(static_cast<int>(raw));
                 return;
             case StoreType::Real32:
                 WriteReal(detail::CastStorage<float>(raw));
@@ -257,7 +302,7 @@ void ValueWriter::WriteElement(Type const* type, S const& raw) {
     } else if constexpr (std::is_same_v<S, unsigned long long>) {
         switch (type->GetStoreType()) {
             case StoreType::Int64:
-                m_json.AppendUnquotedString(Format(static_cast<long long>(raw)));
+                WriteInteger(static_cast<long long>(raw));
                 return;
             case StoreType::Real64:
                 WriteReal(detail::CastStorage<double>(raw));
@@ -270,7 +315,7 @@ void ValueWriter::WriteElement(Type const* type, S const& raw) {
                 PrimitiveErrorFunction(type->GetStoreType());
         }
     } else if constexpr (std::is_same_v<S, RIndirectString>) {
-        m_json.AppendString(FormatString(raw.GetValue()));
+        WriteString(raw.GetValue());
     } else if constexpr (std::is_same_v<S, QelTuple>) {
         WriteTuple(raw);
     } else {
@@ -285,16 +330,22 @@ template <class F>
 void ValueWriter::WriteReal(F value) {
     // JSON has no infinities or NaN; their texts go as strings, which the
     // reader's real parser takes.
-    if (FloatUtil::IsSpecial(value)) {
+    if (!std::isfinite(value)) [[unlikely]] {
         m_json.AppendString(Format(value));
         return;
     }
     // Formatted on the stack: a column of reals costs no string per element.
-    char digits[32];
-    int const length = ConvertFloatToChars(value, digits);
+    char digits[32] = {};
     char16_t units[32];
-    std::copy(digits, digits + length, units);
-    m_json.AppendUnquotedUnits(std::u16string_view(units, static_cast<std::size_t>(length)));
+    m_json.AppendUnquotedUnits(Widen(digits, ConvertFloatToChars(value, digits), units));
+}
+
+template <class I>
+void ValueWriter::WriteInteger(I value) {
+    char digits[32] = {};
+    int const length = static_cast<int>(std::to_chars(digits, digits + 32, value).ptr - digits);
+    char16_t units[32];
+    m_json.AppendUnquotedUnits(Widen(digits, length, units));
 }
 
 void ValueWriter::WriteColor(QelColor color) {
@@ -554,6 +605,10 @@ void WriteStore(JsonSerializer& json, IDataStore const& store, JsonOptions const
         json.EndDictionary();
         return;
     }
+    long long units = 2;
+    for (auto const& [name, value] : root->GetKeyValuePairs())
+        units += 24 + (value != nullptr ? EstimateUnits(*value) : 0);
+    json.Reserve(static_cast<int>(std::min<long long>(units, 1LL << 28)));
     ValueWriter(json, options).WriteNamed(root->GetKeyValuePairs());
 }
 

@@ -185,6 +185,14 @@ public:
     }
     TStringCore& append(char const* text, int length);
     TStringCore& append(TStringCore const& text);
+    // Makes the text `count` (>= 0) units longer and returns where those
+    // units begin, for the caller to write them all before any other use of
+    // the string: a writer that knows its next units fills them in place.
+    char16_t* extend(int count) {
+        if (char16_t* const at = m_data.tryExtend(count))
+            return at;
+        return extendByResizing(count);
+    }
     TStringCore& operator+=(TStringCore const& text) { return append(text); }
     TStringCore& operator+=(char16_t unit) { return append(unit); }
 
@@ -250,6 +258,7 @@ public:
 private:
     TStringCore& appendByResizing(char16_t unit);
     TStringCore& appendByResizing(char16_t const* text, int length);
+    char16_t* extendByResizing(int count);
     // Whether `text` may point into this string's own units.
     bool overlaps(char16_t const* text) const noexcept {
         auto const at = reinterpret_cast<std::uintptr_t>(text);
