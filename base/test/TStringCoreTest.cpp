@@ -77,7 +77,9 @@ TEST(TStringCoreTest, AppendAndConcatenate) {
     EXPECT_EQ(roomy.constData()[roomy.length()], u'\0');
     // Units filled in place: across the inline limit, into reserved room
     // and out of a shared header, which keeps its text.
-    for (S grown : {S(kInline), S(kLong), roomy}) {
+    S huge(kLong);
+    huge.reserve(10'000'000);  // beyond the size that asks for huge pages
+    for (S grown : {S(kInline), S(kLong), roomy, huge}) {
         S const other = grown;
         int const n = grown.length();
         std::copy_n(u"123", 3, grown.extend(3));

@@ -12,6 +12,10 @@
 #include <ostream>
 #include <stdexcept>
 
+#if defined(__linux__)
+#include <sys/mman.h>
+#endif
+
 namespace qel::sys {
 
 long long& TStringThreadMetrics::Local() {
@@ -22,17 +26,41 @@ long long& TStringThreadMetrics::Local() {
 // ---------------------------------------------------------------------------
 // TLongStringHeader
 
+namespace {
+
+size_t BytesFor(int capacity) {
+    return sizeof(TLongStringHeader) + (static_cast<size_t>(capacity) + 1) * sizeof(char16_t);
+}
+
+// Texts of many megabytes (a store's JSON text, say) are written once from
+// front to back. On huge pages their first touch costs one page fault per
+// 2 MiB instead of one per 4 KiB, which was a quarter of the time of writing
+// such a text. Where the system offers no huge pages, the advice is ignored.
+constexpr size_t kHugePage = size_t{2} << 20;
+constexpr size_t kHugeText = 8 * kHugePage;
+
+}  // namespace
+
 TLongStringHeader* TLongStringHeader::Allocate(int capacity) {
-    size_t bytes =
-        sizeof(TLongStringHeader) + (static_cast<size_t>(capacity) + 1) * sizeof(char16_t);
-    void* memory = ::operator new(bytes);
+    size_t const bytes = BytesFor(capacity);
+    if (bytes < kHugeText)
+        return new (::operator new(bytes)) TLongStringHeader(capacity);
+    size_t const rounded = (bytes + kHugePage - 1) / kHugePage * kHugePage;
+    void* const memory = ::operator new (rounded, std::align_val_t{kHugePage});
+#ifdef MADV_HUGEPAGE
+    ::madvise(memory, rounded, MADV_HUGEPAGE);
+#endif
     return new (memory) TLongStringHeader(capacity);
 }
 
 void TLongStringHeader::release() noexcept {
     if (m_refs.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+        bool const huge = BytesFor(m_capacity) >= kHugeText;
         this->~TLongStringHeader();
-        ::operator delete(static_cast<void*>(this));
+        if (huge)
+            ::operator delete (static_cast<void*>(this), std::align_val_t{kHugePage});
+        else
+            ::operator delete(static_cast<void*>(this));
     }
 }
 
