@@ -38,6 +38,11 @@ char16_t HexDigit(unsigned value) {
     return static_cast<char16_t>(value < 10 ? u'0' + value : u'a' + value - 10);
 }
 
+// A unit that a JSON string holds as it stands.
+bool IsPlainUnit(char16_t unit) {
+    return unit >= 32 && unit != u'"' && unit != u'\\';
+}
+
 // A JSON string body: the short escapes where JSON has them, "\u00xx" for
 // the other control units, everything else (the slash, non-ASCII) as is.
 void AppendEscaped(TStringCore& out, TStringCore const& text) {
@@ -46,7 +51,7 @@ void AppendEscaped(TStringCore& out, TStringCore const& text) {
     while (unit != end) {
         // Most text needs no escape: runs of it are copied at once.
         char16_t const* const run = unit;
-        while (unit != end && *unit >= 32 && *unit != u'"' && *unit != u'\\')
+        while (unit != end && IsPlainUnit(*unit))
             ++unit;
         if (unit != run)
             out.append(run, static_cast<int>(unit - run));
@@ -101,7 +106,7 @@ bool NeedsEscape(char16_t const* units, int length) {
             return true;
     }
     for (; i < length; ++i)
-        if (units[i] < 32 || units[i] == u'"' || units[i] == u'\\')
+        if (!IsPlainUnit(units[i]))
             return true;
     return false;
 }

@@ -34,10 +34,6 @@ using NamedEntries = IStoreTable::ColumnIterable;
 template <class S>
 constexpr bool kIsNested = std::is_same_v<S, std::shared_ptr<StoreValue>>;
 
-// A String value as a JSON string body. A reader takes a text that scans as
-// one special keyword for the special, unquotes a text in apostrophes, and
-// trims the blanks around a single word; each of those is VTL-quoted here so
-// that the string comes back as it was.
 // Whether `text` surely reads back as itself: it begins with a letter or
 // digit that starts no special keyword (All, Error, ManyValues, Missing,
 // NoAccess, Null, Ragged, Skipped, Wildcard) and ends with no blank. Most
@@ -51,9 +47,11 @@ bool PlainForSure(TStringCore const& text) {
     return alphanumeric && std::u16string_view(u"AEMNRSW").find(first) == std::u16string_view::npos;
 }
 
-TStringCore FormatString(TStringCore const& text) {
-    if (PlainForSure(text))
-        return text;
+// A String value that is not plain for sure, as a JSON string body. A reader
+// takes a text that scans as one special keyword for the special, unquotes a
+// text in apostrophes, and trims the blanks around a single word; each of
+// those is VTL-quoted here so that the string comes back as it was.
+TStringCore FormatUnplainString(TStringCore const& text) {
     VtlToken token;
     bool quote = text.startsWith(u'\'') ||
                  VtlScanner::TryScanSingleToken(text, VtlTokenType::Special, token, true);
@@ -86,6 +84,20 @@ long long UnitsPerElement(StoreType type) {
     }
 }
 
+// About how many units the text of an array takes.
+long long EstimateArrayUnits(long long count, Type const* elementType) {
+    return 2 + count * UnitsPerElement(elementType->GetStoreType());
+}
+
+long long EstimateUnits(StoreValue const& value);
+
+long long EstimateNamedUnits(NamedEntries entries) {
+    long long units = 2;
+    for (auto const& [name, entry] : entries)
+        units += 24 + (entry != nullptr ? EstimateUnits(*entry) : 0);
+    return units;
+}
+
 // About how many units the text of `value` takes: a store's long columns
 // reserved at once, so that the text grows in one step instead of being
 // copied as each column comes.
@@ -93,32 +105,19 @@ long long EstimateUnits(StoreValue const& value) {
     if (value.IsSpecial())
         return 16;
     switch (value.GetStoreType()) {
-        case StoreType::Array: {
-            IStoreArray const& array = value.AsArray();
-            return 2 + static_cast<long long>(array.GetCount()) *
-                           UnitsPerElement(array.GetElementType()->GetStoreType());
-        }
+        case StoreType::Array:
+            return EstimateArrayUnits(value.AsArray().GetCount(), value.AsArray().GetElementType());
         case StoreType::KeyMap:
-        case StoreType::Table: {
-            long long units = 2;
-            auto const entries = value.GetStoreType() == StoreType::KeyMap
-                                     ? value.AsKeyMap().GetKeyValuePairs()
-                                     : value.AsTable().GetColumns();
-            for (auto const& [name, entry] : entries)
-                units += 24 + (entry != nullptr ? EstimateUnits(*entry) : 0);
-            return units;
-        }
+            return EstimateNamedUnits(value.AsKeyMap().GetKeyValuePairs());
+        case StoreType::Table:
+            return EstimateNamedUnits(value.AsTable().GetColumns());
         default:
             return 16;
     }
 }
 
-// Units of the ASCII text `digits`, copied as a whole register's worth: the
-// tail beyond `length` is scratch that the caller's next append overwrites.
-std::u16string_view Widen(char const (&digits)[32], int length, char16_t (&units)[32]) {
-    for (int i = 0; i < 32; ++i)
-        units[i] = static_cast<unsigned char>(digits[i]);
-    return {units, static_cast<std::size_t>(length)};
+void Reserve(JsonSerializer& json, long long units) {
+    json.Reserve(static_cast<int>(std::min<long long>(units, 1LL << 28)));
 }
 
 // Two lower-case hex digits a byte, the form ParseBytesFromHex reads.
@@ -176,8 +175,10 @@ private:
         if (PlainForSure(text))
             m_json.AppendString(text);
         else
-            m_json.AppendString(FormatString(text));
+            m_json.AppendString(FormatUnplainString(text));
     }
+    template <class Format>
+    void WriteDigits(Format format);
     void WriteColor(QelColor color);
     void WriteTuple(QelTuple const& tuple);
     void WriteSpecial(SpecialKind kind) { m_json.AppendString(SpecialKindToString(kind)); }
@@ -334,18 +335,27 @@ void ValueWriter::WriteReal(F value) {
         m_json.AppendString(Format(value));
         return;
     }
-    // Formatted on the stack: a column of reals costs no string per element.
-    char digits[32] = {};
-    char16_t units[32];
-    m_json.AppendUnquotedUnits(Widen(digits, ConvertFloatToChars(value, digits), units));
+    WriteDigits([value](char(&digits)[32]) { return ConvertFloatToChars(value, digits); });
 }
 
 template <class I>
 void ValueWriter::WriteInteger(I value) {
+    WriteDigits([value](char(&digits)[32]) {
+        return static_cast<int>(std::to_chars(digits, digits + 32, value).ptr - digits);
+    });
+}
+
+// The ASCII text that `format` writes and measures, formatted on the stack
+// so that a column of numbers costs no string per element, and widened as a
+// whole register's worth of units.
+template <class Format>
+void ValueWriter::WriteDigits(Format format) {
     char digits[32] = {};
-    int const length = static_cast<int>(std::to_chars(digits, digits + 32, value).ptr - digits);
+    int const length = format(digits);
     char16_t units[32];
-    m_json.AppendUnquotedUnits(Widen(digits, length, units));
+    for (int i = 0; i < 32; ++i)
+        units[i] = static_cast<unsigned char>(digits[i]);
+    m_json.AppendUnquotedUnits(std::u16string_view(units, static_cast<std::size_t>(length)));
 }
 
 void ValueWriter::WriteColor(QelColor color) {
@@ -398,10 +408,7 @@ void ValueWriter::WriteArray(ITypedArray<S> const& values) {
     m_json.BeginArray(hasCollections);
     // A long column makes the text grow once, not in steps that copy it.
     if (values.GetCount() >= 1024)
-        m_json.Reserve(
-            static_cast<int>(std::min<long long>(static_cast<long long>(values.GetCount()) *
-                                                     UnitsPerElement(elementType->GetStoreType()),
-                                                 1LL << 28)));
+        Reserve(m_json, EstimateArrayUnits(values.GetCount(), elementType));
     if (!values.HasIndices() && !values.IsComposite() && !values.IsConstantValue()) {
         // The common plain column: its elements where they lie, uncopied.
         ArrayView<S const> const raw = values.GetRawArray();
@@ -605,10 +612,7 @@ void WriteStore(JsonSerializer& json, IDataStore const& store, JsonOptions const
         json.EndDictionary();
         return;
     }
-    long long units = 2;
-    for (auto const& [name, value] : root->GetKeyValuePairs())
-        units += 24 + (value != nullptr ? EstimateUnits(*value) : 0);
-    json.Reserve(static_cast<int>(std::min<long long>(units, 1LL << 28)));
+    Reserve(json, EstimateNamedUnits(root->GetKeyValuePairs()));
     ValueWriter(json, options).WriteNamed(root->GetKeyValuePairs());
 }
 
